@@ -1,0 +1,93 @@
+#include "api/backend_selection.h"
+
+#include "api/pixel_format_table.h"
+
+namespace KROCOLOR {
+
+namespace {
+
+// One integer for the whole process, deliberately without synchronisation:
+// objects selecting on different threads at once may see each other's codes.
+int32_t g_lastSelectionError = kKROSuccess;
+
+bool hostOr(bool (*family)(int32_t), int32_t code) { return isHostFormat(code) || family(code); }
+
+std::unique_ptr<IConvertor> refuse(KROReturn code) {
+    g_lastSelectionError = code;
+    return nullptr;
+}
+
+// A factory that yields nothing without saying why (an allocation failure)
+// is reported as an unknown error rather than as a silent success.
+std::unique_ptr<IConvertor> settle(std::unique_ptr<IConvertor> convertor, KROReturn error) {
+    if (!convertor) return refuse(error != kKROSuccess ? error : kKROUnknownError);
+    return convertor;
+}
+
+}  // namespace
+
+KROReturn takeSelectionError() {
+    const int32_t code = g_lastSelectionError;
+    g_lastSelectionError = kKROSuccess;
+    return static_cast<KROReturn>(code);
+}
+
+std::unique_ptr<IConvertor> selectConvertor(int32_t s, int32_t d, const KROHWContext& r) {
+    g_lastSelectionError = kKROSuccess;
+    KROReturn error = kKROSuccess;
+    const int32_t st = r.srcType;
+    const int32_t dt = r.dstType;
+
+    if (st == kKROHWTypeCUDA && dt == kKROHWTypeCUDA) {
+        if (hostOr(isCUDAFormat, s) && hostOr(isCUDAFormat, d) && r.srcHandle == r.dstHandle)
+            return settle(createCudaConvertor(r.srcHandle, r.srcQueue, error), error);
+        return refuse(kKROFormatHWContextMismatch);
+    }
+    if (st == kKROHWTypeD3D11 && dt == kKROHWTypeD3D11) {
+        if (hostOr(isD3D11Format, s) && hostOr(isD3D11Format, d) &&
+            (r.srcHandle == r.dstHandle || r.srcQueue == r.dstQueue))
+            return settle(createD3D11Convertor(r.srcHandle, r.srcQueue, error), error);
+        return refuse(kKROFormatHWContextMismatch);
+    }
+    if (st == kKROHWTypeReserved && dt == kKROHWTypeReserved &&
+        ((hostOr(isOther5Format, s) && hostOr(isOther5Format, d)) ||
+         (hostOr(isOther6Format, s) && hostOr(isOther6Format, d)))) {
+        const bool same = r.srcHandle == r.dstHandle && r.srcQueue == r.dstQueue;
+        return refuse(same ? kKROPlatformFormatNotSupported : kKROFormatHWContextMismatch);
+    }
+    if (st == kKROHWTypeGLES && dt == kKROHWTypeGLES) {
+        if (!hostOr(isGLFormat, s) || !hostOr(isGLFormat, d))
+            return refuse(kKROFormatHWContextMismatch);
+        if (d == kKRORGB888Texture2DFormat || d == kKRORGB888Format)
+            return refuse(kKROInputParamError);
+        if (r.srcHandle == r.dstHandle || r.srcQueue == r.dstQueue)
+            return settle(createGLConvertor(r.srcHandle, r.srcQueue, error), error);
+        return refuse(kKROFormatHWContextMismatch);
+    }
+    if (isHostFormat(d) && isHostFormat(s)) {
+        if (st == kKROHWTypeXSimd || dt == kKROHWTypeXSimd)
+            return settle(createSimdConvertor(error), error);
+        const bool swscale = st == kKROHWTypeSwscale || dt == kKROHWTypeSwscale;
+        return settle(createCPUConvertor(swscale, error), error);
+    }
+    if (isHostFormat(d) && isCUDAFormat(s)) {
+        if (st == kKROHWTypeCUDA && dt == kKROHWTypeCPU) {
+            if (!r.srcHandle) return refuse(kKROMissingHWContext);
+            return settle(createCudaConvertor(r.srcHandle, r.srcQueue, error), error);
+        }
+        return refuse(kKROFormatHWContextMismatch);
+    }
+    if (isCUDAFormat(d) && isHostFormat(s)) {
+        if (st == kKROHWTypeCPU && dt == kKROHWTypeCUDA) {
+            if (!r.dstHandle) return refuse(kKROMissingHWContext);
+            return settle(createCudaConvertor(r.dstHandle, r.dstQueue, error), error);
+        }
+        return refuse(kKROFormatHWContextMismatch);
+    }
+    if ((isCUDAFormat(d) && isCUDAFormat(s)) || (isD3D11Format(d) && isD3D11Format(s)) ||
+        (isOther5Format(d) && isOther5Format(s)) || (isOther6Format(d) && isOther6Format(s)))
+        return refuse(kKROFormatHWContextMismatch);
+    return refuse(kKROInputParamError);
+}
+
+}  // namespace KROCOLOR

@@ -1,0 +1,10 @@
+#include "api/backend_selection.h"
+
+namespace KROCOLOR {
+
+std::unique_ptr<IConvertor> createCPUConvertor(bool, KROReturn& error) {
+    error = kKROPlatformFormatNotSupported;
+    return nullptr;
+}
+
+}  // namespace KROCOLOR
