@@ -7,16 +7,22 @@
 
 namespace KROCOLOR {
 
-// Whole-frame operations. Frames of 100 pixels or more with both sides at
-// least 10 run on a pool of worker threads, others on the calling thread.
-// Return kKROInputParamError for an absent frame, else kKROSuccess (an
-// unknown orientation, a crop rectangle outside the source or a format the
-// CPU cannot address writes nothing). kKRORunCPUKernelError when worker
-// threads cannot be started.
+// Whole-frame operations, in the destination's format for both frames.
+// Frames of 100 pixels or more with both sides at least 10 run on a pool of
+// worker threads (destination rows interleaved over the slots), others on the
+// calling thread; the output is the same either way.
+// Return kKROInputParamError for an absent frame or a missing plane, else
+// kKROSuccess. Nothing is written (and kKROSuccess returned) for an unknown
+// orientation, a rotate destination whose size is not the one the orientation
+// implies (W x H for 1-4, H x W for 5-8), a crop rectangle outside the source
+// or with a negative offset, or a format the CPU cannot address.
+// kKRORunCPUKernelError when worker threads cannot be started or memory runs
+// out. No exception escapes.
 KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation);
 KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top);
-// Scales src (W x H) into dst (W' x H'), both in dst's format. `threaded`
-// selects the worker pool.
+// Scales src (W x H) into dst (W' x H'), both in dst's format, averaging four
+// taps of stored codes. `threaded` allows the worker pool (used only when the
+// destination also passes useWorkerPool).
 KROReturn scaleFrame(const KROFrame& src, KROFrame& dst, bool threaded);
 
 // True when a frame of this size is worth spreading over worker threads.
