@@ -19,7 +19,11 @@ std::unique_ptr<IConvertor> refuse(KROReturn code) {
 
 // A factory that yields nothing without saying why (an allocation failure)
 // is reported as an unknown error rather than as a silent success.
-std::unique_ptr<IConvertor> settle(std::unique_ptr<IConvertor> convertor, KROReturn error) {
+// The factory runs first, so its error is read only after it has been set.
+template <typename Factory>
+std::unique_ptr<IConvertor> build(Factory factory) {
+    KROReturn error = kKROSuccess;
+    std::unique_ptr<IConvertor> convertor = factory(error);
     if (!convertor) return refuse(error != kKROSuccess ? error : kKROUnknownError);
     return convertor;
 }
@@ -34,19 +38,18 @@ KROReturn takeSelectionError() {
 
 std::unique_ptr<IConvertor> selectConvertor(int32_t s, int32_t d, const KROHWContext& r) {
     g_lastSelectionError = kKROSuccess;
-    KROReturn error = kKROSuccess;
     const int32_t st = r.srcType;
     const int32_t dt = r.dstType;
 
     if (st == kKROHWTypeCUDA && dt == kKROHWTypeCUDA) {
         if (hostOr(isCUDAFormat, s) && hostOr(isCUDAFormat, d) && r.srcHandle == r.dstHandle)
-            return settle(createCudaConvertor(r.srcHandle, r.srcQueue, error), error);
+            return build([&](KROReturn& e) { return createCudaConvertor(r.srcHandle, r.srcQueue, e); });
         return refuse(kKROFormatHWContextMismatch);
     }
     if (st == kKROHWTypeD3D11 && dt == kKROHWTypeD3D11) {
         if (hostOr(isD3D11Format, s) && hostOr(isD3D11Format, d) &&
             (r.srcHandle == r.dstHandle || r.srcQueue == r.dstQueue))
-            return settle(createD3D11Convertor(r.srcHandle, r.srcQueue, error), error);
+            return build([&](KROReturn& e) { return createD3D11Convertor(r.srcHandle, r.srcQueue, e); });
         return refuse(kKROFormatHWContextMismatch);
     }
     if (st == kKROHWTypeReserved && dt == kKROHWTypeReserved &&
@@ -61,26 +64,26 @@ std::unique_ptr<IConvertor> selectConvertor(int32_t s, int32_t d, const KROHWCon
         if (d == kKRORGB888Texture2DFormat || d == kKRORGB888Format)
             return refuse(kKROInputParamError);
         if (r.srcHandle == r.dstHandle || r.srcQueue == r.dstQueue)
-            return settle(createGLConvertor(r.srcHandle, r.srcQueue, error), error);
+            return build([&](KROReturn& e) { return createGLConvertor(r.srcHandle, r.srcQueue, e); });
         return refuse(kKROFormatHWContextMismatch);
     }
     if (isHostFormat(d) && isHostFormat(s)) {
         if (st == kKROHWTypeXSimd || dt == kKROHWTypeXSimd)
-            return settle(createSimdConvertor(error), error);
+            return build([&](KROReturn& e) { return createSimdConvertor(e); });
         const bool swscale = st == kKROHWTypeSwscale || dt == kKROHWTypeSwscale;
-        return settle(createCPUConvertor(swscale, error), error);
+        return build([&](KROReturn& e) { return createCPUConvertor(swscale, e); });
     }
     if (isHostFormat(d) && isCUDAFormat(s)) {
         if (st == kKROHWTypeCUDA && dt == kKROHWTypeCPU) {
             if (!r.srcHandle) return refuse(kKROMissingHWContext);
-            return settle(createCudaConvertor(r.srcHandle, r.srcQueue, error), error);
+            return build([&](KROReturn& e) { return createCudaConvertor(r.srcHandle, r.srcQueue, e); });
         }
         return refuse(kKROFormatHWContextMismatch);
     }
     if (isCUDAFormat(d) && isHostFormat(s)) {
         if (st == kKROHWTypeCPU && dt == kKROHWTypeCUDA) {
             if (!r.dstHandle) return refuse(kKROMissingHWContext);
-            return settle(createCudaConvertor(r.dstHandle, r.dstQueue, error), error);
+            return build([&](KROReturn& e) { return createCudaConvertor(r.dstHandle, r.dstQueue, e); });
         }
         return refuse(kKROFormatHWContextMismatch);
     }

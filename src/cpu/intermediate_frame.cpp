@@ -1,0 +1,54 @@
+#include "cpu/intermediate_frame.h"
+
+#include <climits>
+#include <cstdint>
+
+extern "C" {
+#include <libavutil/mem.h>
+}
+
+namespace KROCOLOR {
+
+bool IntermediateFrame::ensure(int32_t format, int width, int height) {
+    if (allocated() && frame_.format == format && frame_.width == width && frame_.height == height)
+        return true;
+    release();
+    const FormatTraits* t = formatTraits(format);
+    if (!isCpuAddressable(t) || width <= 0 || height <= 0) return false;
+
+    int64_t strides[4] = {0, 0, 0, 0};
+    int64_t sizes[4] = {0, 0, 0, 0};
+    const int planes = planeCount(*t);
+    for (int p = 0; p < planes; ++p) {
+        strides[p] = planeRowBytes(*t, p, width);
+        if (strides[p] > INT32_MAX) return false;
+        sizes[p] = strides[p] * planeRows(*t, p, height);  // < 2^62, no overflow
+        if (static_cast<uint64_t>(sizes[p]) > SIZE_MAX / 2) return false;
+    }
+    for (int p = 0; p < planes; ++p) {
+        frame_.planes[p] = static_cast<uint8_t*>(av_malloc(static_cast<size_t>(sizes[p])));
+        frame_.strides[p] = static_cast<int32_t>(strides[p]);
+        if (!frame_.planes[p]) {
+            release();
+            return false;
+        }
+    }
+    frame_.width = width;
+    frame_.height = height;
+    frame_.format = format;
+    frame_.name = nextFrameName();
+    return true;
+}
+
+void IntermediateFrame::release() {
+    for (int p = 0; p < 4; ++p) {
+        av_free(frame_.planes[p]);
+        frame_.planes[p] = nullptr;
+        frame_.strides[p] = 0;
+    }
+    frame_.width = frame_.height = 0;
+    frame_.format = 0;
+    frame_.name.clear();
+}
+
+}  // namespace KROCOLOR

@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include "api/backend_selection.h"
+#include "cpu/cpu_context.h"
+
+using namespace KROCOLOR;
+
+namespace {
+
+void* handle(uintptr_t v) { return reinterpret_cast<void*>(v); }
+
+enum class Expect { Cpu, Swscale, Code };
+
+struct SelectionCase {
+    const char* name;
+    int32_t src, dst;
+    int32_t srcType, dstType;
+    uintptr_t srcHandle, srcQueue, dstHandle, dstQueue;
+    Expect expect;
+    KROReturn code;
+};
+
+class BackendSelection : public ::testing::TestWithParam<SelectionCase> {};
+
+}  // namespace
+
+TEST_P(BackendSelection, FirstMatchingRuleDecides) {
+    const SelectionCase c = GetParam();
+    KROHWContext r;
+    r.srcType = c.srcType;
+    r.dstType = c.dstType;
+    r.srcHandle = handle(c.srcHandle);
+    r.srcQueue = handle(c.srcQueue);
+    r.dstHandle = handle(c.dstHandle);
+    r.dstQueue = handle(c.dstQueue);
+    std::unique_ptr<IConvertor> conv = selectConvertor(c.src, c.dst, r);
+    const KROReturn code = takeSelectionError();
+    EXPECT_EQ(takeSelectionError(), kKROSuccess) << "reading the code clears it";
+    switch (c.expect) {
+    case Expect::Cpu:
+    case Expect::Swscale: {
+        ASSERT_NE(conv, nullptr) << c.name;
+        auto* cpu = dynamic_cast<CPUContext*>(conv.get());
+        ASSERT_NE(cpu, nullptr) << c.name;
+        EXPECT_EQ(cpu->usesSwscale(), c.expect == Expect::Swscale) << c.name;
+        EXPECT_EQ(code, kKROSuccess) << c.name;
+        break;
+    }
+    case Expect::Code:
+        EXPECT_EQ(conv, nullptr) << c.name;
+        EXPECT_EQ(code, c.code) << c.name;
+        break;
+    }
+}
+
+// Backends this build does not carry yet (SIMD, CUDA, Direct3D 11, OpenGL ES)
+// answer kKROPlatformFormatNotSupported once their rule is reached; these
+// rows change when a backend lands.
+INSTANTIATE_TEST_SUITE_P(
+    Rules, BackendSelection,
+    ::testing::Values(
+        SelectionCase{"host_cpu", 101, 102, 0, 0, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
+        SelectionCase{"host_swscale_src", 101, 102, 1, 0, 0, 0, 0, 0, Expect::Swscale, kKROSuccess},
+        SelectionCase{"host_swscale_both", 103, 102, 1, 1, 0, 0, 0, 0, Expect::Swscale, kKROSuccess},
+        SelectionCase{"host_simd_pending", 101, 102, 0, 6, 0, 0, 0, 0, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"host_simd_beats_swscale", 101, 102, 6, 1, 0, 0, 0, 0, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"host_other_types_cpu", 103, 104, 4, 0, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
+        SelectionCase{"host_type5_and_2_cpu", 103, 104, 5, 2, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
+        SelectionCase{"cuda_both_same_ctx", 101, 302, 4, 4, 7, 8, 7, 9, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"cuda_both_other_ctx", 301, 302, 4, 4, 7, 8, 6, 8, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"cuda_both_gl_format", 201, 302, 4, 4, 7, 8, 7, 8, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"cuda_to_host_null_ctx", 301, 101, 4, 0, 0, 0, 0, 0, Expect::Code, kKROMissingHWContext},
+        SelectionCase{"cuda_to_host_cpu_types", 301, 101, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"cuda_to_host_ok", 301, 101, 4, 0, 5, 0, 0, 0, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"host_to_cuda_null_ctx", 101, 301, 0, 4, 0, 0, 0, 0, Expect::Code, kKROMissingHWContext},
+        SelectionCase{"host_to_cuda_wrong_types", 101, 301, 4, 0, 5, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"cuda_pair_cpu_types", 301, 302, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"d3d11_same_context_ptr", 401, 402, 5, 5, 1, 3, 2, 3, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"d3d11_nothing_shared", 401, 402, 5, 5, 1, 3, 2, 4, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"d3d11_pair_cpu_types", 401, 402, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"gl_dst_rgb_texture", 201, 203, 2, 2, 1, 1, 1, 1, Expect::Code, kKROInputParamError},
+        SelectionCase{"gl_dst_rgb_host", 201, 101, 2, 2, 1, 1, 1, 1, Expect::Code, kKROInputParamError},
+        SelectionCase{"gl_same_queue", 101, 201, 2, 2, 1, 5, 2, 5, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"gl_nothing_shared", 101, 201, 2, 2, 1, 5, 2, 6, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"gl_cuda_format", 301, 201, 2, 2, 1, 1, 1, 1, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"other5_same", 501, 101, 3, 3, 1, 2, 1, 2, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"other6_differs", 601, 602, 3, 3, 1, 2, 1, 3, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"other_mixed_families", 501, 601, 3, 3, 1, 2, 1, 2, Expect::Code, kKROInputParamError},
+        SelectionCase{"other5_pair_cpu_types", 501, 502, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"other6_pair_cpu_types", 606, 601, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
+        SelectionCase{"gl_to_host_cpu_types", 201, 101, 0, 0, 0, 0, 0, 0, Expect::Code, kKROInputParamError},
+        SelectionCase{"unknown_codes", 999, 101, 0, 0, 0, 0, 0, 0, Expect::Code, kKROInputParamError}),
+    [](const ::testing::TestParamInfo<SelectionCase>& info) { return std::string(info.param.name); });

@@ -1,0 +1,336 @@
+// The scalar CPU convertor end to end: the copy short-cut, the pipeline over
+// every host format at awkward sizes, scaling with and without a colour
+// stage, the source peak from metadata, and the libswscale path.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+extern "C" {
+#include <libswscale/swscale.h>
+}
+
+#include "KROColorFunctions.h"
+#include "color/color_science.h"
+#include "cpu/cpu_context.h"
+#include "cpu/geometry_kernels.h"
+#include "cpu/sample_access.h"
+#include "support/frame_buffers.h"
+
+using namespace KROCOLOR;
+using KROCOLOR::test::FrameBuffers;
+
+namespace {
+
+// Every format the CPU kernels address.
+const int32_t kHostFormats[] = {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 113,
+                                114, 115, 116, 117, 118, 119, 120, 124, 125, 126};
+
+struct Description {
+    int32_t primaries, transfer, matrix, range;
+};
+
+KROFrame frameOf(FrameBuffers& b, const Description& d) {
+    return b.frame(d.primaries, d.transfer, d.matrix, d.range);
+}
+
+// Pixel by pixel with the single-pixel accessors and convertPixel: the
+// straightforward reading of the pipeline that the row-wise, threaded
+// convertor must reproduce exactly.
+void referenceConvert(const KROFrame& src, KROFrame& dst, int32_t peak) {
+    const SampleAccess in = sampleAccessFor(src.format);
+    const SampleAccess out = sampleAccessFor(dst.format);
+    const ColorSide s{formatTraits(src.format), src.range, src.primaries, src.transfer, src.matrix};
+    const ColorSide d{formatTraits(dst.format), dst.range, dst.primaries, dst.transfer, dst.matrix};
+    for (int y = 0; y < dst.height; ++y)
+        for (int x = 0; x < dst.width; ++x)
+            writePixel(out, dst, x, y, convertPixel(readPixel(in, src, x, y), s, d, peak));
+}
+
+bool samePlanes(const FrameBuffers& a, const FrameBuffers& b) {
+    for (int p = 0; p < a.planeCount(); ++p)
+        if (a.size(p) != b.size(p) || std::memcmp(a.plane(p), b.plane(p), a.size(p)) != 0) return false;
+    return true;
+}
+
+}  // namespace
+
+// ------------------------------------------------------------ copy short-cut
+
+class CopyShortCut : public ::testing::TestWithParam<int32_t> {};
+
+TEST_P(CopyShortCut, IdenticalDescriptionsAndStridesCopyBytes) {
+    const int32_t format = GetParam();
+    const int w = 7, h = 5;  // odd height: half-height chroma counts truncate
+    FrameBuffers src(format, w, h, 2), dst(format, w, h, 2);
+    src.fillRandom(format);
+    std::vector<std::vector<uint8_t>> before;
+    for (int p = 0; p < dst.planeCount(); ++p) {
+        std::memset(dst.plane(p), 0xA5, dst.size(p));
+        before.emplace_back(dst.plane(p), dst.plane(p) + dst.size(p));
+    }
+    const Description desc{1, 1, 1, 1};
+    KROFrame s = frameOf(src, desc), d = frameOf(dst, desc);
+    CPUContext cpu;
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    const FormatTraits& t = *formatTraits(format);
+    for (int p = 0; p < dst.planeCount(); ++p) {
+        size_t copied = size_t(src.stride(p)) * h;
+        if ((p == 1 || p == 2) && t.layout != PlaneLayout::Packed) copied >>= t.chromaShiftY;
+        ASSERT_LE(copied, dst.size(p));
+        EXPECT_EQ(std::memcmp(dst.plane(p), src.plane(p), copied), 0) << format << " plane " << p;
+        EXPECT_EQ(std::memcmp(dst.plane(p) + copied, before[p].data() + copied, dst.size(p) - copied), 0)
+            << format << " plane " << p << " beyond the copied bytes";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(HostFormats, CopyShortCut, ::testing::ValuesIn(kHostFormats));
+
+TEST(CopyShortCut, DifferentStrideRequantises) {
+    // 8-bit limited: Y 10 comes back as 16, U 250 as 240.
+    FrameBuffers src(kKROYUV444PFormat, 10, 10), dst(kKROYUV444PFormat, 10, 10, 4);
+    std::memset(src.plane(0), 10, src.size(0));
+    std::memset(src.plane(1), 250, src.size(1));
+    std::memset(src.plane(2), 128, src.size(2));
+    const Description desc{1, 1, 1, 1};
+    KROFrame s = frameOf(src, desc), d = frameOf(dst, desc);
+    CPUContext cpu;
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    EXPECT_EQ(dst.plane(0)[dst.stride(0) * 9 + 9], 16);
+    EXPECT_EQ(dst.plane(1)[0], 240);
+    EXPECT_EQ(dst.plane(2)[5], 128);
+}
+
+// -------------------------------------------------- pipeline, every format
+
+void expectMatchesReference(int32_t srcFormat, int32_t dstFormat, int w, int h) {
+    FrameBuffers src(srcFormat, w, h, 3), got(dstFormat, w, h, 1), want(dstFormat, w, h, 1);
+    src.fillRandom(uint32_t(srcFormat * 1000 + dstFormat));
+    const Description sd{9, 16, 9, 1}, dd{1, 1, 1, 2};  // BT.2020 PQ limited -> BT.709 full
+    KROFrame s = frameOf(src, sd), g = frameOf(got, dd), r = frameOf(want, dd);
+    CPUContext cpu;
+    cpu.setMetaData(MetaData{{"src_max_luminance", "1000"}});
+    ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
+    referenceConvert(s, r, 1000);
+    EXPECT_TRUE(samePlanes(got, want)) << srcFormat << " -> " << dstFormat << " at " << w << "x" << h;
+}
+
+class PipelineFormats : public ::testing::TestWithParam<int32_t> {};
+
+// Row-wise and threaded conversion equals the pixel-by-pixel reference for
+// every format pair, at sizes with odd chroma on the serial path (3 x 7) and
+// on the worker pool (17 x 13), with padded strides.
+TEST_P(PipelineFormats, MatchesPixelByPixelReference) {
+    for (int32_t dstFormat : kHostFormats) {
+        expectMatchesReference(GetParam(), dstFormat, 3, 7);
+        expectMatchesReference(GetParam(), dstFormat, 17, 13);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllPairs, PipelineFormats, ::testing::ValuesIn(kHostFormats));
+
+TEST(PipelineSizes, SerialThreadedAndChunkedRowsAgree) {
+    const int sizes[][2] = {{1, 1}, {9, 1000}, {64, 48}, {300, 3}, {513, 11}};
+    for (const auto& size : sizes)
+        for (int32_t srcFormat : {103, 107, 116, 124})
+            for (int32_t dstFormat : {102, 105, 108, 126}) expectMatchesReference(srcFormat, dstFormat, size[0], size[1]);
+}
+
+// Values worked out by hand from the BT.709 table of the library (row 0:
+// 1, 0, 1.575; row 1: 1, -0.187, -0.468; row 2: 1, 1.856, 0), limited range in,
+// full-range 8-bit RGB out, same primaries and transfer (no curve work):
+//   Y 170, U 44, V 137: y = 154/219 = 0.703196, u = -84/224 = -0.375,
+//   v = 9/224 = 0.0401786 -> R 0.766477 (195.45), G 0.754517 (192.40),
+//   B 0.007196 (1.84) -> (195, 192, 2).
+//   Y 235, U 128, V 128 -> (255, 255, 255); Y 16 -> (0, 0, 0).
+//   Y 81, U 90, V 240: y = 0.296804, u = -0.169643, v = 0.5 ->
+//   R 1.084304 (clamped 255), G 0.093822 (23.92 -> 24), B -0.018054 (0).
+TEST(PipelineValues, NV12LimitedBT709ToRGBA) {
+    const int w = 2, h = 2;
+    const uint8_t cases[][3] = {{170, 44, 137}, {235, 128, 128}, {16, 128, 128}, {81, 90, 240}};
+    const uint8_t expected[][3] = {{195, 192, 2}, {255, 255, 255}, {0, 0, 0}, {255, 24, 0}};
+    for (int i = 0; i < 4; ++i) {
+        FrameBuffers src(kKRONV12Format, w, h), dst(kKRORGBA8888Format, w, h);
+        std::memset(src.plane(0), cases[i][0], src.size(0));
+        src.plane(1)[0] = cases[i][1];
+        src.plane(1)[1] = cases[i][2];
+        std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(w, h, kKRONV12Format, w, h, kKRORGBA8888Format));
+        f->setColorspaceDetails(kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg,
+                                kColorPrimariesBT709, kColorTransferBT709, kColorMatrixRGB, kColorRangeJpeg);
+        ASSERT_EQ(f->transcode(src.srcPlanes(), src.strides(), dst.dstPlanes(), dst.strides()), kKROSuccess);
+        for (int c = 0; c < 3; ++c) EXPECT_EQ(dst.plane(0)[4 * 3 + c], expected[i][c]) << i << " channel " << c;
+        EXPECT_EQ(dst.plane(0)[3], 255);
+    }
+}
+
+// 10-bit limited P010 words carry the code in the top ten bits: Y code 940
+// (word 60160) is white, U/V 512 neutral -> RGBA16 65535.
+TEST(PipelineValues, P010WhiteToRGBA16) {
+    FrameBuffers src(kKRONV1210LEFormat, 2, 2), dst(kKRORGBA16LEFormat, 2, 2);
+    for (int i = 0; i < 4; ++i) {
+        src.plane(0)[2 * i] = 60160 & 0xFF;
+        src.plane(0)[2 * i + 1] = 60160 >> 8;
+    }
+    for (int i = 0; i < 2; ++i) {
+        src.plane(1)[2 * i] = (512 * 64) & 0xFF;
+        src.plane(1)[2 * i + 1] = (512 * 64) >> 8;
+    }
+    KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(1, 1, 0, 2);
+    CPUContext cpu;
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(dst.plane(0)[i], 0xFF) << i;
+}
+
+// ------------------------------------------------------------------ scaling
+
+TEST(CpuScaling, SameDescriptionScalesDirectlyFromTheSource) {
+    FrameBuffers src(kKRORGBA8888Format, 40, 30), got(kKRORGBA8888Format, 20, 15), want(kKRORGBA8888Format, 20, 15);
+    src.fillRandom(7);
+    const Description desc{1, 1, 0, 2};
+    KROFrame s = frameOf(src, desc), g = frameOf(got, desc), w = frameOf(want, desc);
+    CPUContext cpu;
+    ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
+    EXPECT_FALSE(cpu.colorStageFrame().allocated());
+    ASSERT_EQ(scaleFrame(s, w, false), kKROSuccess);
+    EXPECT_TRUE(samePlanes(got, want));
+}
+
+TEST(CpuScaling, DifferentDescriptionConvertsAtSourceSizeThenScales) {
+    FrameBuffers src(kKROYUV420PFormat, 33, 21, 5), got(kKRORGB888Format, 50, 11), stage(kKRORGB888Format, 33, 21),
+        want(kKRORGB888Format, 50, 11);
+    src.fillRandom(11);
+    const Description sd{5, 6, 6, 1}, dd{1, 13, 0, 2};
+    KROFrame s = frameOf(src, sd), g = frameOf(got, dd), st = frameOf(stage, dd), w = frameOf(want, dd);
+    CPUContext cpu;
+    ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
+    const KROFrame& cached = cpu.colorStageFrame().frame();
+    EXPECT_EQ(cached.name.rfind("KROFrame-", 0), 0u);
+    EXPECT_GT(cached.name.size(), 9u);
+    EXPECT_EQ(cached.width, 33);
+    EXPECT_EQ(cached.format, kKRORGB888Format);
+    EXPECT_EQ(cached.transfer, 13);
+    referenceConvert(s, st, 10000);
+    ASSERT_EQ(scaleFrame(st, w, false), kKROSuccess);
+    EXPECT_TRUE(samePlanes(got, want));
+    // The stage frame is kept for the next frame of the same shape.
+    const std::string name = cached.name;
+    ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
+    EXPECT_EQ(cpu.colorStageFrame().frame().name, name);
+}
+
+TEST(CpuScaling, OddSubsampledFramesScaleInsideTheirPlanes) {
+    for (int32_t format : {103, 104, 105, 107, 108, 116, 110}) {
+        FrameBuffers src(format, 13, 9), dst(format, 7, 5);
+        src.fillRandom(format);
+        KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(5, 6, 6, 1);
+        CPUContext cpu;
+        EXPECT_EQ(cpu.convertColor(&s, &d), kKROSuccess) << format;
+    }
+}
+
+// ------------------------------------------------------------- source peak
+
+TEST(SourcePeak, ReadFromMetadataAndKeptBetweenFrames) {
+    EXPECT_EQ(parseLuminance("1000"), 1000);
+    EXPECT_EQ(parseLuminance("  42nits"), 42);
+    EXPECT_EQ(parseLuminance("nits"), 0);
+    EXPECT_EQ(parseLuminance(""), 0);
+    EXPECT_EQ(parseLuminance("-5"), -5);
+    EXPECT_EQ(parseLuminance("99999999999"), INT32_MAX);
+
+    FrameBuffers src(kKRORGB16LEFormat, 4, 4), dst(kKRORGB16LEFormat, 4, 4);
+    KROFrame s = src.frame(9, 16, 0, 2), d = dst.frame(1, 16, 0, 2);
+    CPUContext cpu;
+    EXPECT_EQ(cpu.sourcePeakLuminance(), 10000);
+    cpu.setMetaData({{"src_max_luminance", "1000"}});
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    EXPECT_EQ(cpu.sourcePeakLuminance(), 1000);
+    cpu.setMetaData({});
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    EXPECT_EQ(cpu.sourcePeakLuminance(), 1000) << "a map without the key keeps the last peak";
+}
+
+// ----------------------------------------------------------- swscale path
+
+namespace {
+
+struct SwsCase {
+    int32_t srcFormat, dstFormat;
+    AVPixelFormat srcAv, dstAv;
+    int sw, sh, dw, dh;
+    int32_t srcPrimaries, dstPrimaries, srcRange, dstRange;
+    int srcSpace, dstSpace;  // libswscale colourspaces the library must choose; 0 = defaults
+};
+
+class SwscalePath : public ::testing::TestWithParam<SwsCase> {};
+
+}  // namespace
+
+// The library's swscale path produces exactly what libswscale produces when
+// called directly with the settings the path documents.
+TEST_P(SwscalePath, MatchesLibswscaleCalledDirectly) {
+    const SwsCase c = GetParam();
+    FrameBuffers src(c.srcFormat, c.sw, c.sh), got(c.dstFormat, c.dw, c.dh, 8), want(c.dstFormat, c.dw, c.dh, 8);
+    src.fillRandom(99);
+    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(
+        c.sw, c.sh, static_cast<KROPixelFormat>(c.srcFormat), c.dw, c.dh, static_cast<KROPixelFormat>(c.dstFormat)));
+    f->setColorspaceDetails(static_cast<KROColorPrimaries>(c.srcPrimaries), kColorTransferBT709, kColorMatrixBT709,
+                            static_cast<KROColorRange>(c.srcRange), static_cast<KROColorPrimaries>(c.dstPrimaries),
+                            kColorTransferBT709, kColorMatrixBT709, static_cast<KROColorRange>(c.dstRange));
+    KROHWContext ctx;
+    ctx.srcType = ctx.dstType = kKROHWTypeSwscale;
+    f->setHWContext(ctx);
+    for (int frame = 0; frame < 2; ++frame)
+        ASSERT_EQ(f->transcode(src.srcPlanes(), src.strides(), got.dstPlanes(), got.strides()), kKROSuccess);
+    auto* cpu = dynamic_cast<CPUContext*>(f->convertor);
+    ASSERT_NE(cpu, nullptr);
+    ASSERT_TRUE(cpu->usesSwscale());
+
+    SwsContext* sws = sws_getContext(c.sw, c.sh, c.srcAv, c.dw, c.dh, c.dstAv, SWS_BICUBIC, nullptr, nullptr, nullptr);
+    ASSERT_NE(sws, nullptr);
+    if (c.srcSpace)
+        sws_setColorspaceDetails(sws, sws_getCoefficients(c.srcSpace), c.srcRange == 2, sws_getCoefficients(c.dstSpace),
+                                 c.dstRange == 2, 0, 1 << 16, 1 << 16);
+    ASSERT_GT(sws_scale(sws, src.srcPlanes(), src.strides(), 0, c.sh, want.dstPlanes(), want.strides()), 0);
+    sws_freeContext(sws);
+    // Compare the image rows only: row padding is not libswscale's to fill.
+    const FormatTraits& t = *formatTraits(c.dstFormat);
+    for (int p = 0; p < got.planeCount(); ++p)
+        for (int64_t r = 0; r < planeRows(t, p, c.dh); ++r)
+            ASSERT_EQ(std::memcmp(got.plane(p) + r * got.stride(p), want.plane(p) + r * want.stride(p),
+                                  size_t(planeRowBytes(t, p, c.dw))), 0) << "plane " << p << " row " << r;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Settings, SwscalePath,
+    ::testing::Values(
+        // BT.709 both sides: colourspace details set, full-range output.
+        SwsCase{103, 102, AV_PIX_FMT_NV12, AV_PIX_FMT_RGBA, 64, 36, 32, 18, 1, 1, 1, 2, SWS_CS_ITU709, SWS_CS_ITU709},
+        // BT.2020 source, HD-sized unspecified destination (709).
+        SwsCase{107, 120, AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_BGRA, 1280, 720, 1280, 720, 9, 2, 1, 2, SWS_CS_BT2020, SWS_CS_ITU709},
+        // Unspecified primaries on an SD frame: libswscale's own defaults.
+        SwsCase{104, 101, AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, 1280, 719, 640, 360, 2, 1, 2, 2, 0, 0},
+        // BT.601 destination: defaults again, packed to planar with scaling.
+        SwsCase{102, 106, AV_PIX_FMT_RGBA, AV_PIX_FMT_YUV444P, 30, 20, 45, 31, 1, 6, 2, 1, 0, 0}));
+
+TEST(SwscalePathFailures, FormatsWithoutATwinFailWithKernelError) {
+    FrameBuffers src(kKROCMYK8888Format, 8, 8), dst(kKRORGBA8888Format, 8, 8);
+    KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(1, 1, 1, 1);
+    CPUContext cpu;
+    cpu.setUseSwscale(true);
+    EXPECT_EQ(cpu.convertColor(&s, &d), kKRORunCPUKernelError);
+    EXPECT_EQ(cpu.convertColor(nullptr, &d), kKROInputParamError);
+}
+
+TEST(SwscalePathFailures, ScalingContextIsCreatedOnceAndKept) {
+    FrameBuffers src(kKRORGB888Format, 16, 16), dst(kKRORGBA8888Format, 8, 8);
+    src.fillRandom(3);
+    KROFrame s = src.frame(1, 1, 1, 2), d = dst.frame(1, 1, 1, 2);
+    CPUContext cpu;
+    cpu.setUseSwscale(true);
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    const SwsContext* first = cpu.scalingContext();
+    ASSERT_NE(first, nullptr);
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    EXPECT_EQ(cpu.scalingContext(), first);
+}
