@@ -18,7 +18,7 @@ namespace {
 constexpr int kChunk = 256;
 // Destination rows handled together by the transposing orientations (5-8):
 // one source row run of kBand pixels feeds kBand destination rows.
-constexpr int kBand = 8;
+constexpr int kBand = 32;
 
 bool planesPresent(const KROFrame& f) {
     const FormatTraits* t = formatTraits(f.format);
@@ -81,7 +81,7 @@ void rotateBandTransposing(const SampleAccess& a, const KROFrame& src, KROFrame&
     const bool colsForward = orientation == 5 || orientation == 6;
     const bool rowsForward = orientation == 5 || orientation == 8;
     const int firstCol = colsForward ? y0 : src.width - y0 - b;
-    constexpr int kTileColumns = kChunk / kBand;
+    constexpr int kTileColumns = 32;
     NativePixel tile[kTileColumns * kBand];
     NativePixel out[kTileColumns];
     for (int x = 0; x < dst.width; x += kTileColumns) {
