@@ -53,7 +53,7 @@ TEST_P(BackendSelection, FirstMatchingRuleDecides) {
     }
 }
 
-// Backends this build does not carry yet (SIMD, CUDA, Direct3D 11, OpenGL ES)
+// Backends this build does not carry yet (CUDA, Direct3D 11, OpenGL ES)
 // answer kKROPlatformFormatNotSupported once their rule is reached; these
 // rows change when a backend lands.
 INSTANTIATE_TEST_SUITE_P(
@@ -62,8 +62,6 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{"host_cpu", 101, 102, 0, 0, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
         SelectionCase{"host_swscale_src", 101, 102, 1, 0, 0, 0, 0, 0, Expect::Swscale, kKROSuccess},
         SelectionCase{"host_swscale_both", 103, 102, 1, 1, 0, 0, 0, 0, Expect::Swscale, kKROSuccess},
-        SelectionCase{"host_simd_pending", 101, 102, 0, 6, 0, 0, 0, 0, Expect::Code, kKROPlatformFormatNotSupported},
-        SelectionCase{"host_simd_beats_swscale", 101, 102, 6, 1, 0, 0, 0, 0, Expect::Code, kKROPlatformFormatNotSupported},
         SelectionCase{"host_other_types_cpu", 103, 104, 4, 0, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
         SelectionCase{"host_type5_and_2_cpu", 103, 104, 5, 2, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
         SelectionCase{"cuda_both_same_ctx", 101, 302, 4, 4, 7, 8, 7, 9, Expect::Code, kKROPlatformFormatNotSupported},

@@ -279,10 +279,12 @@ TEST(ColorFunctionsObject, SelectionFailuresReturnTheirCodeAndAreRetried) {
     std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, kKRORGBA8888Format, 4, 4, kKRORGBA8888Format));
     Buffers b(4, 4);
     b.bind(4, 4);
-    KROHWContext simd;
-    simd.dstType = kKROHWTypeXSimd;
-    f->setHWContext(simd);
-    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROPlatformFormatNotSupported);
+    KROHWContext cuda;
+    cuda.srcType = cuda.dstType = kKROHWTypeCUDA;
+    cuda.srcHandle = &b;
+    cuda.dstHandle = nullptr;
+    f->setHWContext(cuda);
+    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROFormatHWContextMismatch);
     EXPECT_EQ(takeSelectionError(), kKROSuccess) << "transcode consumed the code";
     // A GL texture source with a zero-filled context falls through to rule 11.
     std::unique_ptr<KROColorFunctions> g(KROColorFunctions::create(4, 4, kKRORGBA8888Texture2DFormat, 4, 4, kKRORGBA8888Format));
@@ -292,17 +294,6 @@ TEST(ColorFunctionsObject, SelectionFailuresReturnTheirCodeAndAreRetried) {
     EXPECT_EQ(f->hwContext, nullptr);
     EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
     EXPECT_NE(dynamic_cast<CPUContext*>(f->convertor), nullptr);
-}
-
-TEST(ColorFunctionsObject, IccModeIsPendingInThisBuild) {
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, kKRORGBA8888Format, 4, 4, kKRORGBA8888Format));
-    Buffers b(4, 4);
-    b.bind(4, 4);
-    ASSERT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
-    ASSERT_NE(f->convertor, nullptr);
-    f->setType(kKROProfileTypeICC);
-    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROPlatformFormatNotSupported);
-    EXPECT_EQ(f->convertor, nullptr) << "switching mode released the colour-space convertor";
 }
 
 TEST(ColorFunctionsObject, CopiesOwnTheirResources) {
