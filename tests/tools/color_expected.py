@@ -1,0 +1,133 @@
+#!/usr/bin/env python3
+"""Expected values for tests/color_*_test.cpp, computed in double precision
+straight from the published formulas (ITU-R BT.709, BT.2020, BT.2100,
+SMPTE ST 2084, IEC 61966-2-1, IEC 61966-2-4, ITU-R BT.2087). Run it and paste
+the printed numbers into the tests; it does not use the library.
+"""
+import math
+
+
+# --- Transfer curves -----------------------------------------------------
+def bt709_eotf(x):  # BT.709 / BT.601 / BT.2020-10 inverse OETF
+    return x / 4.5 if x < 0.081 else ((x + 0.099) / 1.099) ** (1 / 0.45)
+
+
+def bt709_oetf(x):
+    return 4.5 * x if x < 0.018 else 1.099 * x ** 0.45 - 0.099
+
+
+def bt2020_12_eotf(x):
+    return x / 4.5 if x < 0.08145 else ((x + 0.0993) / 1.0993) ** (1 / 0.45)
+
+
+def bt2020_12_oetf(x):
+    return 4.5 * x if x < 0.0181 else 1.0993 * x ** 0.45 - 0.0993
+
+
+def srgb_eotf(x):
+    return x / 12.92 if x < 0.04045 else ((x + 0.055) / 1.055) ** 2.4
+
+
+def srgb_oetf(x):
+    return 12.92 * x if x < 0.0031308 else 1.055 * x ** (1 / 2.4) - 0.055
+
+
+def xvycc_eotf(x):
+    if x <= 0:
+        return -((-x) / 1.099) ** (1 / 0.45)
+    return bt709_eotf(x)
+
+
+def xvycc_oetf(x):
+    if x <= -0.018:
+        return 0.099 - 1.099 * (-x) ** 0.45
+    return bt709_oetf(x)
+
+
+HLG_A, HLG_B, HLG_C = 0.17883277, 0.28466892, 0.55991073
+
+
+def hlg_oetf(x):
+    return HLG_A * math.log(12 * x - HLG_B) + HLG_C if x > 1 / 12 else math.sqrt(3 * x)
+
+
+def hlg_inv_oetf(x):
+    return (math.exp((x - HLG_C) / HLG_A) + HLG_B) / 12 if x > 0.5 else x * x / 3
+
+
+def hlg_eotf(rgb, lw=203.0, lb=0.005):
+    gamma = 1.2 + 0.42 * math.log10(lw / 1000)
+    beta = math.sqrt(3 * (lb / lw) ** (1 / gamma))
+    e = [hlg_inv_oetf(max(0.0, (1 - beta) * x + beta)) for x in rgb]
+    ys = 0.2627 * e[0] + 0.678 * e[1] + 0.0593 * e[2]
+    return [ys ** (gamma - 1) * v for v in e], gamma, beta
+
+
+M1, M2 = 2610 / 16384, 2523 / 4096 * 128
+C1, C2, C3 = 3424 / 4096, 2413 / 4096 * 32, 2392 / 4096 * 32
+
+
+def pq_eotf(x):  # signal -> linear, 1.0 = 10000 cd/m2
+    f = x ** (1 / M2)
+    return (max(0.0, f - C1) / (C2 - C3 * f)) ** (1 / M1)
+
+
+def pq_oetf(y):
+    f = y ** M1
+    return ((C1 + C2 * f) / (1 + C3 * f)) ** M2
+
+
+def rnd(v):  # round half away from zero
+    return int(math.floor(abs(v) + 0.5)) * (1 if v >= 0 else -1)
+
+
+def main():
+    print("# generic curves: transfer, x, eotf(x), oetf(x)")
+    curves = {
+        "BT709": (bt709_eotf, lambda x: min(max(bt709_oetf(x), 0), 1)),
+        "SRGB": (lambda x: min(max(srgb_eotf(x), 0), 1), lambda x: min(max(srgb_oetf(x), 0), 1)),
+        "G22": (lambda x: x ** 2.2, lambda x: x ** (1 / 2.2)),
+        "G18": (lambda x: x ** 1.8, lambda x: x ** (1 / 1.8)),
+        "DCIP3": (lambda x: x ** 2.6, lambda x: x ** (1 / 2.6)),
+        "B2020_12": (bt2020_12_eotf, bt2020_12_oetf),
+        "XVYCC": (xvycc_eotf, xvycc_oetf),
+    }
+    for name, (e, o) in curves.items():
+        for x in (0.01, 0.2, 0.5, 0.9):
+            print(f"{name:9s} x={x:<5} eotf={e(x):.9g} oetf={o(x):.9g}")
+    print("xvYCC negatives: eotf(-0.5)=%.9g oetf(-0.5)=%.9g" % (xvycc_eotf(-0.5), xvycc_oetf(-0.5)))
+    print("BT.601 oetf(1.5) unclamped = %.9g" % bt709_oetf(1.5))
+
+    print("\n# HLG OETF (BT.2100): 1/12, 0.5, 1, inverse(0.75)")
+    print(hlg_oetf(1 / 12), hlg_oetf(0.5), hlg_oetf(1.0), hlg_inv_oetf(0.75))
+    for rgb in ([0.75, 0.75, 0.75], [1.0, 0.5, 0.25], [0.0, 0.0, 0.0]):
+        out, g, b = hlg_eotf(rgb)
+        print("HLG_EOTF", rgb, ["%.9g" % v for v in out], "gamma=%.10g beta=%.10g" % (g, b))
+
+    print("\n# PQ (ST 2084): signal -> cd/m2")
+    for x in (0.5, 0.75, 1.0):
+        print(x, "%.6f" % (pq_eotf(x) * 10000))
+    print("PQ_OETF(0.01)=%.9g (100 cd/m2)" % pq_oetf(0.01))
+
+    print("\n# PQ->PQ, 16-bit RGB, identity primaries (BT.470BG -> SMPTE 170M)")
+    for code in (20000, 40000, 60000):
+        x = code / 65535
+        lin = pq_eotf(x)
+        print(code, "peak1000:", rnd(pq_oetf(lin * 10 * 0.1) * 65535),
+              "peak10000:", rnd(pq_oetf(lin * 1 * 0.1) * 65535))
+
+    print("\n# BT.709 RGB red -> BT.2020 (BT.2087 matrix column 0), 8-bit, BT.709 OETF")
+    col = [0.6274, 0.0691, 0.0164]
+    print([rnd(min(max(bt709_oetf(v), 0), 1) * 255) for v in col])
+    print("# BT.709 red -> BT.601 625 (kBT709ToBT601 column 0 = 0.9578, 0, 0), BT.709 transfer")
+    print([rnd(min(max(bt709_oetf(v), 0), 1) * 255) for v in (0.9578, 0.0, 0.0)])
+
+    print("\n# BT.709 limited 8-bit YUV -> RGB (library coefficients)")
+    for y, u, v in ((126, 100, 200), (81, 90, 150)):
+        yf, uf, vf = (y - 16) / 219, (u - 128) / 224, (v - 128) / 224
+        rgb = (yf + 1.575 * vf, yf - 0.187 * uf - 0.468 * vf, yf + 1.856 * uf)
+        print((y, u, v), [rnd(min(max(c, 0), 1) * 255) for c in rgb], rgb)
+
+
+if __name__ == "__main__":
+    main()
