@@ -313,3 +313,15 @@ TEST(ColorFunctionsObject, CopiesOwnTheirResources) {
     EXPECT_EQ(other->srcWidth, 4);
     EXPECT_NE(other->srcICC, f->srcICC);
 }
+
+TEST(ColorFunctionsObject, StagingRowsThatWouldNotFitAStrideAreRefused) {
+    // 400 million RGB888 pixels fit a 32-bit row (1.2 GB), but staged in
+    // RGBA16 before a scale they would need 3.2 GB rows.
+    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(400000000, 1, kKRORGB888Format, 4, 4, kKRORGBA16LEFormat));
+    std::vector<uint8_t> tiny(4 * 4 * 8);
+    const uint8_t* src[] = {tiny.data()};
+    const int srcStrides[] = {1200000000};
+    uint8_t* dst[] = {tiny.data()};
+    const int dstStrides[] = {32};
+    EXPECT_EQ(f->transcode(src, srcStrides, dst, dstStrides), kKROInputParamError);
+}

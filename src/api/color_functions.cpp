@@ -229,6 +229,9 @@ KROReturn KROColorFunctions::transcode(const uint8_t* const srcPlanes[], const i
             return kKROInputPixelFormatNotSupported;
         if (validateHostFrame(src) != kKROSuccess || validateHostFrame(dst) != kKROSuccess)
             return kKROInputParamError;
+        // A convertor may stage the source in the destination's format before
+        // scaling; that frame's rows must fit a stride too.
+        if (!hostRowsFit(dstFormat, srcWidth)) return kKROInputParamError;
 
         if (!hwContext) {
             hwContext = new (std::nothrow) KROHWContext();

@@ -25,7 +25,11 @@ public:
         (void)dst;
         return kKROUnknownError;
     }
-    virtual void setMetaData(const MetaData& metaData) { metaData_ = metaData; }
+    // Called once per frame; an unchanged map is not copied again, so steady
+    // state conversion does not allocate here.
+    virtual void setMetaData(const MetaData& metaData) {
+        if (metaData_ != metaData) metaData_ = metaData;
+    }
     virtual KROReturn rotate(const KROFrame* src, KROFrame* dst, int orientation) {
         (void)src;
         (void)dst;

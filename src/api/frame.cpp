@@ -92,6 +92,14 @@ int64_t planeRows(const FormatTraits& t, int plane, int64_t height) {
     return (height + (int64_t{1} << t.chromaShiftY) - 1) >> t.chromaShiftY;
 }
 
+bool hostRowsFit(int32_t format, int64_t width) {
+    const FormatTraits* t = formatTraits(format);
+    if (!isCpuAddressable(t)) return true;
+    for (int p = 0; p < planeCount(*t); ++p)
+        if (planeRowBytes(*t, p, width) > INT32_MAX) return false;
+    return true;
+}
+
 KROReturn validateHostFrame(const KROFrame& frame) {
     const FormatTraits* t = formatTraits(frame.format);
     if (!isCpuAddressable(t)) return kKROSuccess;

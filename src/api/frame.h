@@ -56,6 +56,10 @@ namespace KROCOLOR {
 // the plane's row. Other families pass unchecked (their entries are handles).
 KROReturn validateHostFrame(const KROFrame& frame);
 
+// True when every plane row of a host format at `width` fits a 32-bit byte
+// stride (always true for other families).
+bool hostRowsFit(int32_t format, int64_t width);
+
 // Bytes in one row of plane `plane` of a host format at `width` pixels
 // (chroma rows rounded up for odd widths); 0 for planes the format lacks.
 int64_t planeRowBytes(const FormatTraits& traits, int plane, int64_t width);
