@@ -22,9 +22,14 @@ inline float clamp01(float v) { return curves::clamp01(v); }
 inline float clampChroma(float v) { return clampTo(v, -0.5f, 0.5f); }
 
 // Round half away from zero, then limit to [0, maxCode]; NaN gives 0.
+// Equal to limiting std::round(v), without the library call: below 0 (and
+// NaN) the result is 0 whatever the rounding, at or above maxCode it is
+// maxCode, and in between v - trunc(v) is exact, so the half test is exact.
 inline uint16_t toCode(float v, float maxCode) {
-    const float r = std::round(v);
-    return static_cast<uint16_t>(r > 0.0f ? (r < maxCode ? r : maxCode) : 0.0f);
+    if (!(v > 0.0f)) return 0;
+    if (v >= maxCode) return static_cast<uint16_t>(maxCode);
+    const int i = static_cast<int>(v);
+    return static_cast<uint16_t>(i + (v - static_cast<float>(i) >= 0.5f ? 1 : 0));
 }
 
 // --- Normalisation: stored codes -> working pixel --------------------------
