@@ -97,8 +97,10 @@ TEST(GeometryObjects, CropCutsTheRectangleOfAPlanarFrame) {
     for (int y = 0; y < 5; ++y)
         for (int x = 0; x < 6; ++x) {
             EXPECT_EQ(dst.plane(0)[y * dst.stride(0) + x], (y + 2) * W + x + 4);
-            if (x % 2 == 0 && y % 2 == 0)  // chroma of the block containing source (x+4, y+2)
-                for (int p = 1; p <= 2; ++p)
+            if (x % 2 == 0 && y % 2 == 0) {  // chroma of the block containing source (x+4, y+2)
+                for (int p = 1; p <= 2; ++p) {
                     EXPECT_EQ(dst.plane(p)[(y / 2) * dst.stride(p) + x / 2], 100 * p + ((y + 2) / 2) * 6 + (x + 4) / 2);
+                }
+            }
         }
 }
