@@ -1,0 +1,173 @@
+#!/usr/bin/env python3
+"""Builds the two ICC profiles the library embeds and writes them as C++ arrays.
+
+  Display P3        ICC v4.0, 536 bytes: D50-adapted P3 colorants, the
+                    IEC 61966-2-1 (sRGB) curve as a type 3 parametric curve
+                    shared by the three channels, a Bradford D65->D50 'chad'.
+  Adobe RGB (1998)  ICC v2.1, 560 bytes: Adobe RGB (1998) colorants adapted
+                    to D50, gamma 563/256 = 2.19921875 as one-entry 'curv's,
+                    the D65 media white point and a zero black point.
+
+Usage: scripts/make_embedded_profiles.py [output.cpp]
+(default: src/api/embedded_profiles_data.cpp next to this script's repository).
+Only the Python standard library is used, so anyone can regenerate the bytes.
+"""
+import hashlib
+import os
+import struct
+import sys
+
+
+def s15f16(v):
+    return struct.pack('>i', int(round(v * 65536)))
+
+
+def xyz_tag(x, y, z):
+    return b'XYZ ' + bytes(4) + s15f16(x) + s15f16(y) + s15f16(z)
+
+
+def mluc_tag(text):
+    utf16 = text.encode('utf-16-be')
+    # One record (en-US); the string follows the 28-byte header and record.
+    return (b'mluc' + bytes(4) + struct.pack('>II', 1, 12) + b'enUS' +
+            struct.pack('>II', len(utf16), 28) + utf16)
+
+
+def text_tag(text):
+    return b'text' + bytes(4) + text.encode('ascii') + b'\0'
+
+
+def desc_tag(text):
+    """ICC v2 textDescriptionType: ASCII, empty Unicode, empty ScriptCode."""
+    ascii_text = text.encode('ascii') + b'\0'
+    return (b'desc' + bytes(4) + struct.pack('>I', len(ascii_text)) + ascii_text +
+            struct.pack('>II', 0, 0) + struct.pack('>HB', 0, 0) + bytes(67))
+
+
+def para3_tag(g, a, b, c, d):
+    return b'para' + bytes(4) + struct.pack('>HH', 3, 0) + b''.join(s15f16(v) for v in (g, a, b, c, d))
+
+
+def curv_gamma_tag(u8f8):
+    return b'curv' + bytes(4) + struct.pack('>IH', 1, u8f8)
+
+
+def sf32_tag(matrix):
+    return b'sf32' + bytes(4) + b''.join(s15f16(v) for row in matrix for v in row)
+
+
+def bradford(src_white, dst_white):
+    """Bradford chromatic adaptation matrix from src_white to dst_white (XYZ)."""
+    m = [[0.8951, 0.2664, -0.1614], [-0.7502, 1.7135, 0.0367], [0.0389, -0.0685, 1.0296]]
+    inv = [[0.9869929, -0.1470543, 0.1599627], [0.4323053, 0.5183603, 0.0492912],
+           [-0.0085287, 0.0400428, 0.9684867]]
+    mul = lambda a, v: [sum(a[r][k] * v[k] for k in range(3)) for r in range(3)]
+    s, d = mul(m, src_white), mul(m, dst_white)
+    scale = [[(d[r] / s[r]) * m[r][c] for c in range(3)] for r in range(3)]
+    return [[sum(inv[r][k] * scale[k][c] for k in range(3)) for c in range(3)] for r in range(3)]
+
+
+D50 = (0.9642, 1.0, 0.8249)
+
+
+def header(size, version, profile_class=b'mntr'):
+    h = bytearray(128)
+    struct.pack_into('>I', h, 0, size)
+    struct.pack_into('>I', h, 8, version)
+    h[12:16] = profile_class
+    h[16:20] = b'RGB '
+    h[20:24] = b'XYZ '
+    struct.pack_into('>6H', h, 24, 2024, 1, 1, 0, 0, 0)
+    h[36:40] = b'acsp'
+    h[68:80] = s15f16(D50[0]) + s15f16(D50[1]) + s15f16(D50[2])
+    return h
+
+
+def assemble(size, version, tags, with_id):
+    """tags: list of (signature, data or the signature whose data it shares)."""
+    count = len(tags)
+    offset = 128 + 4 + 12 * count
+    table = bytearray()
+    body = bytearray()
+    placed = {}
+    for sig, data in tags:
+        if isinstance(data, str):  # shares another tag's element
+            off, length = placed[data]
+        else:
+            while (offset + len(body)) % 4:
+                body += b'\0'
+            off, length = offset + len(body), len(data)
+            body += data
+        placed[sig] = (off, length)
+        table += sig.encode('ascii') + struct.pack('>II', off, length)
+    profile = header(size, version) + struct.pack('>I', count) + table + body
+    assert len(profile) <= size, (len(profile), size)
+    profile += bytes(size - len(profile))
+    if with_id:
+        # ICC v4 profile ID: MD5 with flags, rendering intent and ID zeroed.
+        scratch = bytearray(profile)
+        scratch[44:48] = bytes(4)
+        scratch[64:68] = bytes(4)
+        scratch[84:100] = bytes(16)
+        profile[84:100] = hashlib.md5(scratch).digest()
+    return bytes(profile)
+
+
+def display_p3():
+    srgb_curve = para3_tag(2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045)
+    chad = bradford((0.95045592705, 1.0, 1.08905775076), D50)
+    tags = [
+        ('desc', mluc_tag('Display P3')),
+        ('cprt', mluc_tag('Public domain, KRO library')),
+        ('wtpt', xyz_tag(*D50)),
+        ('rXYZ', xyz_tag(0.515121, 0.241196, -0.001053)),
+        ('gXYZ', xyz_tag(0.291977, 0.692245, 0.041885)),
+        ('bXYZ', xyz_tag(0.157104, 0.066574, 0.784073)),
+        ('rTRC', srgb_curve),
+        ('chad', sf32_tag(chad)),
+        ('bTRC', 'rTRC'),
+        ('gTRC', 'rTRC'),
+    ]
+    return assemble(536, 0x04000000, tags, True)
+
+
+def adobe_rgb():
+    gamma = curv_gamma_tag(0x0233)  # 563/256 = 2.19921875
+    cprt = 'Public domain. Generated by scripts/make_embedded_profiles.py.'
+    tags = [
+        ('cprt', text_tag(cprt)),
+        ('desc', desc_tag('Adobe RGB (1998) compatible')),
+        ('wtpt', xyz_tag(0.950455, 1.0, 1.08905)),
+        ('bkpt', xyz_tag(0.0, 0.0, 0.0)),
+        ('rTRC', gamma),
+        ('gTRC', 'rTRC'),
+        ('bTRC', 'rTRC'),
+        ('rXYZ', xyz_tag(0.609741, 0.311111, 0.01947)),
+        ('gXYZ', xyz_tag(0.205276, 0.625671, 0.060867)),
+        ('bXYZ', xyz_tag(0.149185, 0.063217, 0.744568)),
+    ]
+    return assemble(560, 0x02100000, tags, False)
+
+
+def as_cpp_array(name, data):
+    lines = []
+    for i in range(0, len(data), 16):
+        lines.append('    ' + ', '.join('0x%02x' % b for b in data[i:i + 16]) + ',')
+    return 'extern const uint8_t %s[%d] = {\n%s\n};\n' % (name, len(data), '\n'.join(lines))
+
+
+def main():
+    root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+    out = sys.argv[1] if len(sys.argv) > 1 else os.path.join(root, 'src', 'api', 'embedded_profiles_data.cpp')
+    p3, adobe = display_p3(), adobe_rgb()
+    assert len(p3) == 536 and len(adobe) == 560
+    text = ('// Generated by scripts/make_embedded_profiles.py; edit the script, not this file.\n'
+            '#include <cstdint>\n\nnamespace KROCOLOR {\n\n' +
+            as_cpp_array('kEmbeddedDisplayP3Profile', p3) + '\n' +
+            as_cpp_array('kEmbeddedAdobeRGBProfile', adobe) + '\n}  // namespace KROCOLOR\n')
+    with open(out, 'w') as f:
+        f.write(text)
+
+
+if __name__ == '__main__':
+    main()

@@ -1,0 +1,137 @@
+// Loading pixels into a block and storing them back, one instantiation per
+// layout so the per-pixel loops carry no format decisions.
+#include <cstring>
+
+#include "icc/icc_stages.h"
+
+namespace KROCOLOR {
+namespace icc {
+namespace {
+
+template <bool Wide, bool BigEndian>
+inline uint32_t readSample(const uint8_t* p) {
+    if (!Wide) return p[0];
+    return BigEndian ? (uint32_t(p[0]) << 8) | p[1] : (uint32_t(p[1]) << 8) | p[0];
+}
+
+template <bool Wide, bool BigEndian>
+inline void writeSample(uint8_t* p, uint32_t v) {
+    if (!Wide) {
+        p[0] = static_cast<uint8_t>(v);
+    } else if (BigEndian) {
+        p[0] = static_cast<uint8_t>(v >> 8);
+        p[1] = static_cast<uint8_t>(v);
+    } else {
+        p[0] = static_cast<uint8_t>(v);
+        p[1] = static_cast<uint8_t>(v >> 8);
+    }
+}
+
+template <int Channels, bool Wide, bool BigEndian, bool Swap, bool Tabulated>
+void loadPixels(const uint8_t* src, PixelBlock& b, int n, const StageData& d) {
+    constexpr int kSample = Wide ? 2 : 1;
+    constexpr int kPixel = Channels * kSample;
+    constexpr float kScale = Wide ? 1.0f / 65535.0f : 1.0f / 255.0f;
+    constexpr int kRed = Swap ? 2 : 0, kBlue = Swap ? 0 : 2;
+    for (int i = 0; i < n; ++i) {
+        const uint8_t* p = src + i * kPixel;
+        const uint32_t r = readSample<Wide, BigEndian>(p + kRed * kSample);
+        const uint32_t g = readSample<Wide, BigEndian>(p + kSample);
+        const uint32_t bl = readSample<Wide, BigEndian>(p + kBlue * kSample);
+        if (Tabulated) {
+            b.c[0][i] = d.tables[0][r];
+            b.c[1][i] = d.tables[1][g];
+            b.c[2][i] = d.tables[2][bl];
+        } else {
+            b.c[0][i] = static_cast<float>(r) * kScale;
+            b.c[1][i] = static_cast<float>(g) * kScale;
+            b.c[2][i] = static_cast<float>(bl) * kScale;
+        }
+        b.c[3][i] = Channels == 4 ? static_cast<float>(readSample<Wide, BigEndian>(p + 3 * kSample)) * kScale
+                                  : 1.0f;
+    }
+}
+
+// Values arrive clamped to [0, 1]; codes are rounded half up.
+template <int Channels, bool Wide, bool BigEndian, bool Swap>
+void storePixels(const PixelBlock& b, uint8_t* dst, int n) {
+    constexpr int kSample = Wide ? 2 : 1;
+    constexpr int kPixel = Channels * kSample;
+    constexpr float kMax = Wide ? 65535.0f : 255.0f;
+    constexpr int kRed = Swap ? 2 : 0, kBlue = Swap ? 0 : 2;
+    auto code = [](float v) {
+        v = v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f;
+        return static_cast<uint32_t>(v * kMax + 0.5f);
+    };
+    for (int i = 0; i < n; ++i) {
+        uint8_t* p = dst + i * kPixel;
+        writeSample<Wide, BigEndian>(p + kRed * kSample, code(b.c[0][i]));
+        writeSample<Wide, BigEndian>(p + kSample, code(b.c[1][i]));
+        writeSample<Wide, BigEndian>(p + kBlue * kSample, code(b.c[2][i]));
+        if (Channels == 4) writeSample<Wide, BigEndian>(p + 3 * kSample, code(b.c[3][i]));
+    }
+}
+
+template <int Channels, bool Wide, bool BigEndian, bool Swap>
+LoadFn loader(bool tabulated) {
+    return tabulated ? &loadPixels<Channels, Wide, BigEndian, Swap, true>
+                     : &loadPixels<Channels, Wide, BigEndian, Swap, false>;
+}
+
+template <int Channels, bool Wide, bool BigEndian>
+LoadFn loaderSwap(const PixelLayout& l, bool tabulated) {
+    return l.swapRedBlue ? loader<Channels, Wide, BigEndian, true>(tabulated)
+                         : loader<Channels, Wide, BigEndian, false>(tabulated);
+}
+
+template <int Channels, bool Wide, bool BigEndian>
+StoreFn storerSwap(const PixelLayout& l) {
+    return l.swapRedBlue ? &storePixels<Channels, Wide, BigEndian, true>
+                         : &storePixels<Channels, Wide, BigEndian, false>;
+}
+
+}  // namespace
+
+LoadFn selectLoader(const PixelLayout& l, bool tabulated) {
+    if (l.bytesPerSample == 1)
+        return l.channels == 4 ? loaderSwap<4, false, false>(l, tabulated) : loaderSwap<3, false, false>(l, tabulated);
+    if (l.bigEndian)
+        return l.channels == 4 ? loaderSwap<4, true, true>(l, tabulated) : loaderSwap<3, true, true>(l, tabulated);
+    return l.channels == 4 ? loaderSwap<4, true, false>(l, tabulated) : loaderSwap<3, true, false>(l, tabulated);
+}
+
+StoreFn selectStorer(const PixelLayout& l) {
+    if (l.bytesPerSample == 1) return l.channels == 4 ? storerSwap<4, false, false>(l) : storerSwap<3, false, false>(l);
+    if (l.bigEndian) return l.channels == 4 ? storerSwap<4, true, true>(l) : storerSwap<3, true, true>(l);
+    return l.channels == 4 ? storerSwap<4, true, false>(l) : storerSwap<3, true, false>(l);
+}
+
+bool describeLayout(ICCPixelFormat format, PixelLayout* layout) {
+    struct Row {
+        int32_t format;
+        PixelLayout layout;
+    };
+    static constexpr Row kRows[] = {
+        {kICCPixelFormatRGB888, {3, 1, false, false}},
+        {kICCPixelFormatBGR888, {3, 1, false, true}},
+        {kICCPixelFormatRGBA8888, {4, 1, false, false}},
+        {kICCPixelFormatBGRA8888, {4, 1, false, true}},
+        {kICCPixelFormatRGB161616LE, {3, 2, false, false}},
+        {kICCPixelFormatBGR161616LE, {3, 2, false, true}},
+        {kICCPixelFormatRGBA16161616LE, {4, 2, false, false}},
+        {kICCPixelFormatBGRA16161616LE, {4, 2, false, true}},
+        {kICCPixelFormatRGB161616BE, {3, 2, true, false}},
+        {kICCPixelFormatBGR161616BE, {3, 2, true, true}},
+        {kICCPixelFormatRGBA16161616BE, {4, 2, true, false}},
+        {kICCPixelFormatBGRA16161616BE, {4, 2, true, true}},
+    };
+    for (const Row& row : kRows)
+        if (row.format == format) {
+            *layout = row.layout;
+            return true;
+        }
+    return false;
+}
+
+}  // namespace icc
+}  // namespace KROCOLOR

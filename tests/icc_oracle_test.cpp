@@ -1,0 +1,303 @@
+// The ICC engine against Little CMS (relative colorimetric, no black-point
+// compensation) on the embedded profiles, the Debian profile collections
+// (icc-profiles-free, colord-data) and LUT-based profiles that Little CMS
+// itself writes (ICC v2 "mft2" and v4 "mAB "/"mBA ").
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "KROColorFunctions.h"
+#include "icc/icc_engine.h"
+
+#ifdef KRO_HAVE_LCMS2
+#include <lcms2.h>
+#endif
+
+namespace KROCOLOR {
+namespace {
+
+const int kPriorities[2] = {0, 1};
+
+std::vector<uint8_t> readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<uint8_t>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::string> debianProfiles() {
+    std::vector<std::string> paths;
+    const std::filesystem::path root("/usr/share/color/icc");
+    std::error_code ec;
+    if (!std::filesystem::exists(root, ec)) return paths;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root, ec)) {
+        std::string ext = entry.path().extension().string();
+        std::transform(ext.begin(), ext.end(), ext.begin(), ::tolower);
+        if (entry.is_regular_file() && (ext == ".icc" || ext == ".icm")) paths.push_back(entry.path().string());
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+std::string relativeName(const std::string& path) { return path.substr(std::string("/usr/share/color/icc/").size()); }
+
+// Every profile of the two collections either parses or is refused; the ones
+// refused and the rule that refuses each were read off the files' headers and
+// tag tables (see the comments).
+TEST(ICCDebianProfiles, EachParsesOrIsRefusedByItsRule) {
+    const std::vector<std::string> paths = debianProfiles();
+    if (paths.empty()) GTEST_SKIP() << "icc-profiles-free / colord-data not installed";
+    const std::map<std::string, std::string> refused = {
+        // Grey with a Lab connection space: the grey curve gives no matrix, and
+        // there is no A2B, so neither conversion route exists.
+        {"Gray-CIE_L.icc", "no A2B and no TRC + colorant matrix"},
+        // Named-colour profiles: Lab data with only a B2A0 table.
+        {"colord/Crayons.icc", "no A2B and no TRC + colorant matrix"},
+        {"colord/x11-colors.icc", "no A2B and no TRC + colorant matrix"},
+    };
+    int accepted = 0;
+    for (const std::string& path : paths) {
+        const std::vector<uint8_t> bytes = readFile(path);
+        ICCProfile profile;
+        const bool ok = parseICCProfile(bytes.data(), bytes.size(), kPriorities, 2, &profile);
+        const auto expected = refused.find(relativeName(path));
+        if (expected == refused.end()) {
+            EXPECT_TRUE(ok) << relativeName(path);
+            ++accepted;
+        } else {
+            EXPECT_FALSE(ok) << relativeName(path) << " should be refused: " << expected->second;
+        }
+    }
+    EXPECT_GT(accepted, 30);
+}
+
+#ifdef KRO_HAVE_LCMS2
+
+struct Named {
+    std::string name;
+    std::vector<uint8_t> bytes;  // empty: built-in sRGB
+};
+
+// Little CMS's own sRGB profile derives its colorants from the primaries, so
+// it differs from the engine's built-in record in the last digits; near the
+// gamut edge such digits decide whether a channel is slightly positive or
+// clipped, which a 1/2.2 power magnifies into hundreds of codes. The oracle
+// therefore gets a profile made of the built-in record's own numbers.
+cmsHPROFILE lcmsFromRecord(const ICCProfile& record) {
+    cmsHPROFILE p = cmsCreateProfilePlaceholder(nullptr);
+    cmsSetProfileVersion(p, 4.3);
+    cmsSetDeviceClass(p, cmsSigDisplayClass);
+    cmsSetColorSpace(p, cmsSigRgbData);
+    cmsSetPCS(p, cmsSigXYZData);
+    cmsWriteTag(p, cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    const cmsTagSignature colorants[3] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
+    const cmsTagSignature curves[3] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
+    for (int c = 0; c < 3; ++c) {
+        const cmsCIEXYZ xyz{record.toXYZD50[0][c], record.toXYZD50[1][c], record.toXYZD50[2][c]};
+        cmsWriteTag(p, colorants[c], &xyz);
+        const ICCTransferFunction& tf = record.trc[c].parametric;
+        const cmsFloat64Number params[7] = {tf.g, tf.a, tf.b, tf.c, tf.d, tf.e, tf.f};
+        cmsToneCurve* curve = cmsBuildParametricToneCurve(nullptr, 4, params);
+        cmsWriteTag(p, curves[c], curve);
+        cmsFreeToneCurve(curve);
+    }
+    return p;
+}
+
+cmsHPROFILE openLcms(const Named& p) {
+    if (p.bytes.empty()) return lcmsFromRecord(kICCsRGBProfile);
+    return cmsOpenProfileFromMem(p.bytes.data(), static_cast<cmsUInt32Number>(p.bytes.size()));
+}
+
+// 8-bit and 16-bit RGB grids: every corner and edge of a 9^3 lattice, plus
+// values near black where curves are steepest.
+std::vector<uint16_t> grid16() {
+    std::vector<uint16_t> v;
+    const int steps = 9;
+    for (int r = 0; r < steps; ++r)
+        for (int g = 0; g < steps; ++g)
+            for (int b = 0; b < steps; ++b) {
+                v.push_back(static_cast<uint16_t>(r * 65535 / (steps - 1)));
+                v.push_back(static_cast<uint16_t>(g * 65535 / (steps - 1)));
+                v.push_back(static_cast<uint16_t>(b * 65535 / (steps - 1)));
+            }
+    for (int k = 0; k < 64; ++k) {
+        const uint16_t x = static_cast<uint16_t>(k * 97);
+        v.insert(v.end(), {x, static_cast<uint16_t>(x / 2), static_cast<uint16_t>(x * 3 / 4)});
+    }
+    return v;
+}
+
+std::vector<uint8_t> grid8() {
+    std::vector<uint8_t> v;
+    const int values[] = {0, 1, 3, 8, 16, 32, 64, 100, 128, 160, 192, 224, 250, 255};
+    for (int r : values)
+        for (int g : values)
+            for (int b : values) v.insert(v.end(), {uint8_t(r), uint8_t(g), uint8_t(b)});
+    return v;
+}
+
+constexpr int kTolerance8 = 1;
+constexpr int kTolerance16 = 131;  // 0.2% of 65535
+
+struct Difference {
+    int worst8 = 0;
+    int worst16 = 0;
+};
+
+// Converts both grids with Little CMS and with the engine; returns the largest
+// code difference of each depth, or -1 when either side refuses.
+Difference compareWithLcms(const Named& src, const Named& dst) {
+    Difference d;
+    cmsHPROFILE ls = openLcms(src), ld = openLcms(dst);
+    EXPECT_TRUE(ls && ld);
+    ICCProfile ps, pd;
+    const ICCProfile* engineSrc = nullptr;
+    const ICCProfile* engineDst = nullptr;
+    if (!src.bytes.empty()) {
+        EXPECT_TRUE(parseICCProfile(src.bytes.data(), src.bytes.size(), kPriorities, 2, &ps)) << src.name;
+        engineSrc = &ps;
+    }
+    if (!dst.bytes.empty()) {
+        EXPECT_TRUE(parseICCProfile(dst.bytes.data(), dst.bytes.size(), kPriorities, 2, &pd)) << dst.name;
+        engineDst = &pd;
+    }
+    const cmsUInt32Number flags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
+    {
+        const std::vector<uint8_t> in = grid8();
+        std::vector<uint8_t> ours(in.size()), theirs(in.size());
+        cmsHTRANSFORM t = cmsCreateTransform(ls, TYPE_RGB_8, ld, TYPE_RGB_8, INTENT_RELATIVE_COLORIMETRIC, flags);
+        EXPECT_TRUE(t);
+        if (t) {
+            cmsDoTransform(t, in.data(), theirs.data(), static_cast<cmsUInt32Number>(in.size() / 3));
+            cmsDeleteTransform(t);
+        }
+        EXPECT_TRUE(transformICC(in.data(), kICCPixelFormatRGB888, kICCAlphaUnpremultiplied, engineSrc, ours.data(),
+                                 kICCPixelFormatRGB888, kICCAlphaUnpremultiplied, engineDst, in.size() / 3));
+        for (size_t i = 0; i < in.size(); ++i) d.worst8 = std::max(d.worst8, std::abs(ours[i] - theirs[i]));
+    }
+    {
+        const std::vector<uint16_t> in = grid16();
+        std::vector<uint16_t> ours(in.size()), theirs(in.size());
+        cmsHTRANSFORM t = cmsCreateTransform(ls, TYPE_RGB_16, ld, TYPE_RGB_16, INTENT_RELATIVE_COLORIMETRIC, flags);
+        EXPECT_TRUE(t);
+        if (t) {
+            cmsDoTransform(t, in.data(), theirs.data(), static_cast<cmsUInt32Number>(in.size() / 3));
+            cmsDeleteTransform(t);
+        }
+        EXPECT_TRUE(transformICC(in.data(), kICCPixelFormatRGB161616LE, kICCAlphaUnpremultiplied, engineSrc,
+                                 ours.data(), kICCPixelFormatRGB161616LE, kICCAlphaUnpremultiplied, engineDst,
+                                 in.size() / 3));
+        for (size_t i = 0; i < in.size(); ++i) d.worst16 = std::max(d.worst16, std::abs(ours[i] - theirs[i]));
+    }
+    cmsCloseProfile(ls);
+    cmsCloseProfile(ld);
+    return d;
+}
+
+// Largest code difference of 16-bit sRGB -> `dst` outputs, not counting
+// channels where both codes decode (through dst's own curve, evaluated by
+// Little CMS) to values within the 16-bit tolerance of each other.
+int codeDifferenceOffPlateaus(const Named& src, const Named& dst) {
+    cmsHPROFILE ls = openLcms(src), ld = openLcms(dst);
+    ICCProfile pd;
+    EXPECT_TRUE(parseICCProfile(dst.bytes.data(), dst.bytes.size(), kPriorities, 2, &pd));
+    const std::vector<uint16_t> in = grid16();
+    const size_t n = in.size() / 3;
+    std::vector<uint16_t> ours(in.size()), theirs(in.size());
+    const cmsUInt32Number flags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
+    cmsHTRANSFORM t = cmsCreateTransform(ls, TYPE_RGB_16, ld, TYPE_RGB_16, INTENT_RELATIVE_COLORIMETRIC, flags);
+    cmsDoTransform(t, in.data(), theirs.data(), static_cast<cmsUInt32Number>(n));
+    cmsDeleteTransform(t);
+    EXPECT_TRUE(transformICC(in.data(), kICCPixelFormatRGB161616LE, kICCAlphaUnpremultiplied, nullptr, ours.data(),
+                             kICCPixelFormatRGB161616LE, kICCAlphaUnpremultiplied, &pd, n));
+    const cmsTagSignature curves[3] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
+    int worst = 0;
+    for (int c = 0; c < 3; ++c) {
+        const cmsToneCurve* curve = static_cast<const cmsToneCurve*>(cmsReadTag(ld, curves[c]));
+        EXPECT_TRUE(curve);
+        if (!curve) continue;
+        for (size_t i = 0; i < n; ++i) {
+            const uint16_t a = ours[3 * i + c], b = theirs[3 * i + c];
+            if (std::abs(cmsEvalToneCurve16(curve, a) - cmsEvalToneCurve16(curve, b)) <= kTolerance16) continue;
+            worst = std::max(worst, std::abs(a - b));
+        }
+    }
+    cmsCloseProfile(ls);
+    cmsCloseProfile(ld);
+    return worst;
+}
+
+// The Cineon log profiles' curves are flat at both ends (several table
+// entries of 0 and of 65535), so many codes decode to the same colour. Our
+// table inversion solves for the input by the secant method starting from
+// the ends of [0, 1] and lands anywhere on such a plateau; Little CMS picks
+// one end of it, and next to a plateau the curve is so steep (or so flat)
+// that codes far apart decode to nearly the same value. For these
+// destinations two codes agree when they decode to the same value within the
+// 16-bit tolerance.
+bool hasFlatEndedCurves(const std::string& name) { return name.find("CineonLog") != std::string::npos; }
+
+Named embedded(const char* name, const uint8_t* bytes, int size) {
+    return Named{name, std::vector<uint8_t>(bytes, bytes + size)};
+}
+
+std::vector<Named> referenceProfiles() {
+    std::vector<Named> v;
+    v.push_back(Named{"built-in sRGB", {}});
+    v.push_back(embedded("Display P3", KROColorFunctions::getDisplayP3ICCProfile(),
+                         KROColorFunctions::getDisplayP3ICCProfileSize()));
+    v.push_back(embedded("Adobe RGB (1998)", KROColorFunctions::getAdobeRGBICCProfile(),
+                         KROColorFunctions::getAdobeRGBICCProfileSize()));
+    const std::string prophoto = "/usr/share/color/icc/colord/ProPhotoRGB.icc";
+    if (std::filesystem::exists(prophoto)) v.push_back(Named{"ProPhoto", readFile(prophoto)});
+    return v;
+}
+
+TEST(ICCOracle, ReferenceProfilesAgreeWithLittleCMS) {
+    const std::vector<Named> profiles = referenceProfiles();
+    for (const Named& src : profiles)
+        for (const Named& dst : profiles) {
+            if (&src == &dst) continue;
+            const Difference d = compareWithLcms(src, dst);
+            EXPECT_LE(d.worst8, kTolerance8) << src.name << " -> " << dst.name;
+            EXPECT_LE(d.worst16, kTolerance16) << src.name << " -> " << dst.name;
+        }
+}
+
+// Every RGB profile of the collections, as source into sRGB and as the
+// destination of sRGB (the latter exercises the curve and matrix inversion).
+TEST(ICCOracle, DebianRGBProfilesAgreeWithLittleCMS) {
+    const std::vector<std::string> paths = debianProfiles();
+    if (paths.empty()) GTEST_SKIP() << "icc-profiles-free / colord-data not installed";
+    const Named srgb{"built-in sRGB", {}};
+    int compared = 0;
+    for (const std::string& path : paths) {
+        Named p{relativeName(path), readFile(path)};
+        ICCProfile parsed;
+        if (!parseICCProfile(p.bytes.data(), p.bytes.size(), kPriorities, 2, &parsed)) continue;
+        if (parsed.dataColorSpace != kICCSigRGB) continue;
+        const Difference forward = compareWithLcms(p, srgb);
+        EXPECT_LE(forward.worst8, kTolerance8) << p.name << " -> sRGB";
+        EXPECT_LE(forward.worst16, kTolerance16) << p.name << " -> sRGB";
+        if (hasFlatEndedCurves(p.name)) {
+            EXPECT_LE(codeDifferenceOffPlateaus(srgb, p), kTolerance16) << "sRGB -> " << p.name;
+        } else {
+            const Difference backward = compareWithLcms(srgb, p);
+            EXPECT_LE(backward.worst8, kTolerance8) << "sRGB -> " << p.name;
+            EXPECT_LE(backward.worst16, kTolerance16) << "sRGB -> " << p.name;
+        }
+        ++compared;
+    }
+    EXPECT_GT(compared, 25);
+}
+
+#endif  // KRO_HAVE_LCMS2
+
+}  // namespace
+}  // namespace KROCOLOR
