@@ -1,5 +1,6 @@
 #include "media_io.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -69,6 +70,10 @@ std::unique_ptr<FrameReader> openReader(const std::string& path, const InputHint
     if (hints.format && hints.format->memory != Memory::Host)
         usageError(std::string("format ") + hints.format->name +
                    " lives in GPU memory; krocolor reads and writes host-memory frames");
+    if (FILE* f = std::fopen(path.c_str(), "rb"))
+        std::fclose(f);
+    else
+        failure(path + ": cannot open: " + std::strerror(errno));
     switch (detectInputType(path)) {
         case FileType::PNG: return openPngReader(path, hints);
         case FileType::Y4M: return openY4mReader(path, hints);
