@@ -23,6 +23,9 @@ install(FILES ${PROJECT_BINARY_DIR}/KROColorFunctionsConfig.cmake
   ${PROJECT_BINARY_DIR}/KROColorFunctionsConfigVersion.cmake
   DESTINATION ${KRO_CMAKE_DIR})
 
+# The .pc file finds its prefix from its own location, so an install to any
+# --prefix (or a relocated tree) stays usable.
+file(RELATIVE_PATH KRO_PC_TO_PREFIX "/root/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/root")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/KROColorFunctions.pc.in
   ${PROJECT_BINARY_DIR}/KROColorFunctions.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/KROColorFunctions.pc
