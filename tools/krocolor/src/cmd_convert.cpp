@@ -1,6 +1,9 @@
 // krocolor convert IN OUT: one conversion through the library, frame by
 // frame, with optional crop, scale and orientation.
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <sstream>
 
 #include "args.h"
@@ -55,13 +58,63 @@ const PixelFormatInfo& defaultOutputFormat(FileType type, const PixelFormatInfo&
     usageError(path + ": raw output needs --out-format");
 }
 
-void requireFrameFormat(const PixelFormatInfo& f, const char* side) {
+void requireHostFormat(const PixelFormatInfo& f, const char* side) {
     if (f.memory != Memory::Host)
         usageError(std::string(side) + " format " + f.name +
                    " lives in GPU memory; krocolor reads and writes host-memory frames");
-    if (f.model == ColorModel::Bytes)
-        usageError(std::string(side) + " format " + f.name +
-                   " is a byte layout without colour meaning; convert takes the frame formats (see krocolor formats)");
+}
+
+bool isByteLayout(const PixelFormatInfo* f) { return f && f->model == ColorModel::Bytes; }
+
+// Grey and alpha byte layouts have no colour description: they go through
+// the library's byte-format converters (KROImageConvert), which also take
+// rgb24 and rgba on the other side, and nothing else applies to them.
+void refuseFrameOptionsForBytes(const Args& args) {
+    for (const char* option : {"scale", "crop", "orientation", "backend", "metadata", "keep-source-color",
+                               "in-primaries", "primaries", "in-transfer", "transfer", "in-matrix", "matrix",
+                               "in-range", "range"})
+        if (args.has(option))
+            usageError(std::string("--") + option +
+                       " does not apply to byte-layout conversions (grey, alpha: no colour meaning)");
+}
+
+int convertByteLayouts(FrameReader& reader, const std::string& outPath, const PixelFormatInfo& outFormat,
+                       int64_t maxFrames, bool quiet) {
+    const StreamInfo& in = reader.info();
+    OutputSpec spec;
+    spec.format = &outFormat;
+    spec.width = in.width;
+    spec.height = in.height;
+    spec.range = 2;
+    spec.frameRate = in.frameRate;
+    auto writer = openWriter(outPath, spec);
+    Image source(*in.format, in.width, in.height), result(outFormat, in.width, in.height);
+    Progress progress(in.frameCount, quiet);
+    int64_t done = 0;
+    while ((maxFrames < 0 || done < maxFrames) && reader.next(source)) {
+        uint8_t* converted = nullptr;
+        unsigned int convertedSize = 0;
+        const auto rc = KROCOLOR::KROImageConvert::transcodeFormat(
+            static_cast<KROCOLOR::KROPixelFormat>(in.format->code), source.data(),
+            static_cast<unsigned int>(source.size()), static_cast<KROCOLOR::KROPixelFormat>(outFormat.code),
+            &converted, &convertedSize);
+        std::unique_ptr<uint8_t, decltype(&std::free)> owned(converted, &std::free);
+        if (rc != KROCOLOR::kKROSuccess)
+            libraryFailure(std::string("byte-format conversion ") + in.format->name + " to " + outFormat.name +
+                               " failed",
+                           rc);
+        if (!converted || convertedSize != result.size())
+            failure(std::string("byte-format conversion ") + in.format->name + " to " + outFormat.name +
+                    " returned " + std::to_string(convertedSize) + " bytes instead of " +
+                    std::to_string(result.size()));
+        std::memcpy(result.data(), converted, convertedSize);
+        writer->write(result);
+        progress.update(++done);
+    }
+    progress.finish();
+    if (done == 0) failure("no frames");
+    writer->finish();
+    return 0;
 }
 
 }  // namespace
@@ -92,8 +145,14 @@ int runConvert(int argc, char** argv, int first) {
     }
     settings.keepSourceColor = args.has("keep-source-color");
     const int64_t maxFrames = args.has("frames") ? parseIntOption("--frames", args.value("frames"), 1, 1 << 30) : -1;
-    if (hints.format) requireFrameFormat(*hints.format, "input");
-    if (outFormat) requireFrameFormat(*outFormat, "output");
+    if (hints.format) requireHostFormat(*hints.format, "input");
+    if (outFormat) requireHostFormat(*outFormat, "output");
+    if (isByteLayout(hints.format) || isByteLayout(outFormat)) {
+        refuseFrameOptionsForBytes(args);
+        auto reader = openReader(inPath, hints);
+        const PixelFormatInfo* target = outFormat ? outFormat : pixelFormatByCode(102);
+        return convertByteLayouts(*reader, outPath, *target, maxFrames, quiet);
+    }
 
     const std::string unavailable = backendUnavailableReason(*settings.backend);
     if (!unavailable.empty())
@@ -101,7 +160,6 @@ int runConvert(int argc, char** argv, int first) {
 
     auto reader = openReader(inPath, hints);
     const StreamInfo& in = reader->info();
-    requireFrameFormat(*in.format, "input");
     const FileType outType = outputTypeFor(outPath);
     if (!outFormat) outFormat = &defaultOutputFormat(outType, *in.format, outPath);
     if (!formatFitsFileType(*outFormat, outType))

@@ -318,7 +318,15 @@ const ErrorCase kErrorCases[] = {
     {"TwoFramesIntoPng", {"convert", "@ok.y4m", "@out.png"}, 2, "a PNG holds one frame"},
     {"GpuFormatAsInput", {"convert", "@odd.raw", "@out.y4m", "-s", "8x4", "--in-format", "cuda-nv12"}, 2,
      "lives in GPU memory"},
-    {"ByteFormatAsOutput", {"convert", "@ok.y4m", "@out.raw", "--out-format", "gray"}, 2, "byte layout"},
+    {"ByteLayoutFromYuv", {"convert", "@ok.y4m", "@out.raw", "--out-format", "gray"}, 1,
+     "byte-format conversion yuv420p to gray failed: Unknown error. (KROReturn 1)"},
+    {"ByteLayoutWithScale", {"convert", "@frame.rgba", "@out.raw", "-s", "8x4", "--in-format", "rgba", "--out-format",
+                             "gray", "--scale", "4x2"},
+     2, "--scale does not apply to byte-layout conversions"},
+    {"IccBrokenProfile", {"icc", "@good.png", "@out.png", "--icc-in", "@odd.raw"}, 1,
+     "Invalid ICC profile. (KROReturn 27)"},
+    {"IccFormatOutsideThePath", {"icc", "@ok.y4m", "@out.png", "--frames", "1"}, 1,
+     "Input PixelFormat not supported. (KROReturn 25)"},
     {"MissingInput", {"convert", "@nothing.y4m", "@out.y4m"}, 1, "nothing.y4m: cannot open"},
     {"CropOutside", {"convert", "@ok.y4m", "@out.y4m", "--crop", "4:0:8:4"}, 2, "does not fit inside the 8x4 input"},
     {"OrientationZero", {"convert", "@ok.y4m", "@out.y4m", "--orientation", "0"}, 2, "--orientation: '0'"},
@@ -485,6 +493,61 @@ TEST(KrocolorDemo, WritesValidPngsAndATable) {
             ASSERT_TRUE(decodePngRgba8(dir / ("krocolor-demo/" + name), w, h, rgba)) << name;
             EXPECT_EQ(w * h, 96 * 48) << name;
         }
+}
+
+// ---------------------------------------------------------------------------
+// ICC profiles: sRGB colours re-encoded for Display P3 and Adobe RGB (1998).
+// Expected codes from tests/tools/icc_expected.py (published primaries, D65,
+// the sRGB curve and Adobe's gamma 563/256); one code of slack for the
+// profile's own rounding (its colorants are stored as s15Fixed16 numbers).
+
+struct IccCase {
+    const char* profile;
+    uint8_t expected[3][3];  // red, green, 50% grey
+};
+
+class KrocolorIcc : public ::testing::TestWithParam<IccCase> {};
+
+TEST_P(KrocolorIcc, ReEncodesSrgbColours) {
+    ScratchDir dir;
+    writeFile(dir / "in.rgba", {255, 0, 0, 255, 0, 255, 0, 255, 128, 128, 128, 255});
+    ASSERT_EQ(runKrocolor({"convert", dir / "in.rgba", dir / "in.png", "-s", "3x1", "--in-format", "rgba"}, dir.path())
+                  .status,
+              0);
+    RunResult r = runKrocolor({"icc", dir / "in.png", dir / "out.rgb", "--icc-in", "srgb", "--icc-out",
+                               GetParam().profile, "--out-format", "rgb24"},
+                              dir.path());
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::vector<uint8_t> out = readFile(dir / "out.rgb");
+    ASSERT_EQ(out.size(), 9u);
+    for (int p = 0; p < 3; ++p)
+        for (int k = 0; k < 3; ++k) EXPECT_NEAR(out[p * 3 + k], GetParam().expected[p][k], 1) << p << " " << k;
+}
+
+INSTANTIATE_TEST_SUITE_P(Embedded, KrocolorIcc,
+                         ::testing::Values(IccCase{"displayp3", {{234, 51, 35}, {117, 251, 76}, {128, 128, 128}}},
+                                           IccCase{"adobergb", {{219, 0, 0}, {144, 255, 60}, {127, 127, 127}}}),
+                         [](const ::testing::TestParamInfo<IccCase>& info) { return info.param.profile; });
+
+// ---------------------------------------------------------------------------
+// Byte layouts go through the byte-format converters: grey is
+// (299 R + 587 G + 114 B + 500) / 1000, alpha created from nothing is 255.
+
+TEST(KrocolorBytes, RgbToGreyAndGreyToRgba) {
+    ScratchDir dir;
+    writeFile(dir / "in.rgb", {10, 20, 30, 255, 255, 255, 0, 0, 0, 255, 0, 0});
+    RunResult r = runKrocolor({"convert", dir / "in.rgb", dir / "grey.raw", "-s", "2x2", "--in-format", "rgb24",
+                               "--out-format", "gray"},
+                              dir.path());
+    ASSERT_EQ(r.status, 0) << r.err;
+    // (2990 + 11740 + 3420 + 500) / 1000 = 18; white 255; black 0; red (76245 + 500) / 1000 = 76.
+    EXPECT_EQ(readFile(dir / "grey.raw"), (std::vector<uint8_t>{18, 255, 0, 76}));
+    r = runKrocolor({"convert", dir / "grey.raw", dir / "grey.rgba", "-s", "2x2", "--in-format", "i8", "--out-format",
+                     "rgba"},
+                    dir.path());
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(readFile(dir / "grey.rgba"),
+              (std::vector<uint8_t>{18, 18, 18, 255, 255, 255, 255, 255, 0, 0, 0, 255, 76, 76, 76, 255}));
 }
 
 // ---------------------------------------------------------------------------
