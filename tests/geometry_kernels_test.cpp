@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "cpu/sample_access.h"
-#include "cpu_host_frame.h"
+#include "support/host_frame.h"
 
 namespace KROCOLOR {
 namespace {
 
-using testing_support::HostFrame;
+using test::HostFrame;
 using PixelAt = std::function<NativePixel(int x, int y)>;
 
 // A distinct code per pixel and component, kept within 8 bits for byte

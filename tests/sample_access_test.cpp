@@ -5,12 +5,12 @@
 #include <cstring>
 #include <vector>
 
-#include "cpu_host_frame.h"
+#include "support/host_frame.h"
 
 namespace KROCOLOR {
 namespace {
 
-using testing_support::HostFrame;
+using test::HostFrame;
 
 // The stored layout of every CPU-addressable host format, written out here
 // from the published layout tables independently of the library's format

@@ -1,6 +1,6 @@
-// Host frames for the CPU kernel tests: one heap block per plane, sized
-// exactly stride x rows, so AddressSanitizer reports the first byte read or
-// written past a plane.
+// Caller-side host frames for tests: one heap block per plane, sized exactly
+// stride x rows, so AddressSanitizer reports the first byte read or written
+// past a plane.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 #include "api/pixel_format_table.h"
 
 namespace KROCOLOR {
-namespace testing_support {
+namespace test {
 
 class HostFrame {
 public:
@@ -21,7 +21,7 @@ public:
         frame.height = height;
         frame.format = format;
         const FormatTraits* t = formatTraits(format);
-        planes = planeCount(*t);
+        planes = t ? planeCount(*t) : 0;
         for (int p = 0; p < planes; ++p) {
             const int64_t rowBytes = planeRowBytes(*t, p, width);
             rows[p] = planeRows(*t, p, height);
@@ -46,5 +46,5 @@ private:
     std::unique_ptr<uint8_t[]> storage[4];
 };
 
-}  // namespace testing_support
+}  // namespace test
 }  // namespace KROCOLOR
