@@ -1,0 +1,451 @@
+// The ICC engine's own rules: profile acceptance, curve parsing and
+// evaluation, the fast power, inversions, and the pixel stages of a transform
+// (layouts, alpha, CMYK inversion). Agreement with Little CMS is in
+// icc_oracle_test.cpp.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+#include "fuzz/icc_profile_builder.h"
+#include "icc/icc_curves.h"
+#include "icc/icc_engine.h"
+#include "icc/icc_math.h"
+
+namespace KROCOLOR {
+namespace {
+
+using namespace iccbuild;
+const int kPriorities[2] = {0, 1};
+
+bool parses(const Bytes& b, ICCProfile* out = nullptr) {
+    ICCProfile p;
+    const bool ok = parseICCProfile(b.data(), b.size(), kPriorities, 2, &p);
+    if (ok && out) *out = p;
+    return ok;
+}
+
+// IEC 61966-2-1 decoding, in double precision.
+double srgbToLinear(double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); }
+
+// ---------------------------------------------------------------- fast power
+
+TEST(ICCFastPow, SpecialValuesFollowTheirRules) {
+    EXPECT_EQ(icc::fastPow(0.0f, 2.4f), 0.0f);
+    EXPECT_EQ(icc::fastPow(1.0f, 0.3f), 1.0f);
+    EXPECT_EQ(icc::fastPow(-0.5f, 2.0f), 0.0f);
+    EXPECT_EQ(icc::fastExp2(129.0f), INFINITY);
+    EXPECT_EQ(icc::fastExp2(-128.0f), 0.0f);
+    EXPECT_EQ(icc::fastExp2(NAN), 0.0f);
+}
+
+TEST(ICCFastPow, StaysCloseToThePowerOverTheCurveRange) {
+    for (float g : {0.4166667f, 1.0f / 2.2f, 1.8f, 2.2f, 2.4f})
+        for (int i = 1; i <= 1000; ++i) {
+            const float x = static_cast<float>(i) / 1000.0f;
+            const double exact = std::pow(static_cast<double>(x), static_cast<double>(g));
+            EXPECT_NEAR(icc::fastPow(x, g), exact, 5e-4 * exact + 1e-7) << x << "^" << g;
+        }
+}
+
+// ---------------------------------------------------------------- acceptance
+
+struct Mutation {
+    const char* name;
+    std::function<void(Bytes&)> apply;
+    bool accepted;
+};
+
+class ICCAcceptance : public ::testing::TestWithParam<Mutation> {};
+
+TEST_P(ICCAcceptance, ProfileIsAcceptedOrRefused) {
+    Bytes b = matrixProfile(curvGamma(0x0233));
+    ASSERT_TRUE(parses(b));
+    GetParam().apply(b);
+    EXPECT_EQ(parses(b), GetParam().accepted);
+}
+
+const Mutation kMutations[] = {
+    {"unchanged", [](Bytes&) {}, true},
+    {"131 bytes", [](Bytes& b) { b.resize(131); }, false},
+    {"signature", [](Bytes& b) { b[36] = 'x'; }, false},
+    {"version 5", [](Bytes& b) { b[8] = 5; }, false},
+    {"version 2", [](Bytes& b) { b[8] = 2; }, true},
+    {"illuminant X off by 0.02", [](Bytes& b) { set32(b, 68, static_cast<uint32_t>((0.9642 + 0.02) * 65536)); }, false},
+    {"illuminant X off by 0.005", [](Bytes& b) { set32(b, 68, static_cast<uint32_t>((0.9642 + 0.005) * 65536)); }, true},
+    {"declared size beyond the bytes", [](Bytes& b) { set32(b, 0, static_cast<uint32_t>(b.size() + 4)); }, false},
+    {"tag table beyond the declared size", [](Bytes& b) { set32(b, 128, 1000); }, false},
+    {"tag smaller than 4 bytes", [](Bytes& b) { set32(b, 132 + 8, 3); }, false},
+    {"PCS RGB", [](Bytes& b) { std::memcpy(&b[20], "RGB ", 4); }, false},
+    {"PCS Lab", [](Bytes& b) { std::memcpy(&b[20], "Lab ", 4); }, true},
+    {"colorant of the wrong type", [](Bytes& b) { std::memcpy(&b[b[132 + 4 + 2] * 256 + b[132 + 4 + 3]], "XYZx", 4); }, false},
+    {"no colorants, no A2B", [](Bytes& b) { std::memcpy(&b[132], "rXYx", 4); }, false},
+    {"curve of an unknown type", [](Bytes& b) { std::memcpy(&b[b[132 + 36 + 6] * 256 + b[132 + 36 + 7]], "curw", 4); }, false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rules, ICCAcceptance, ::testing::ValuesIn(kMutations),
+                         [](const ::testing::TestParamInfo<Mutation>& info) {
+                             std::string n;
+                             for (const char* c = info.param.name; *c; ++c) n += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
+                             return n;
+                         });
+
+TEST(ICCAcceptance, UnusedTagReachingPastTheDeclaredSizeIsRefused) {
+    Bytes b = profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
+                       {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
+                       {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
+                       {"rTRC", curvGamma(0x0233)},
+                       {"gTRC", {}, 3},
+                       {"bTRC", {}, 3},
+                       {"zzzz", xyz(0, 0, 0)}});
+    ASSERT_TRUE(parses(b));
+    set32(b, 132 + 12 * 6 + 8, 21);  // the last element is 20 bytes and ends the profile
+    EXPECT_FALSE(parses(b));
+}
+
+Bytes identityA2B() {
+    return mft2(3, 3, 2, [](const double* c, int o) { return c[o]; });
+}
+
+TEST(ICCAcceptance, TRCWithoutColorantsNeedsAnA2B) {
+    const Bytes curve = curvGamma(0x0100);
+    EXPECT_FALSE(parses(profile({{"rTRC", curve}, {"gTRC", {}, 0}, {"bTRC", {}, 0}})));
+    ICCProfile p;
+    ASSERT_TRUE(parses(profile({{"rTRC", curve}, {"gTRC", {}, 0}, {"bTRC", {}, 0}, {"A2B0", identityA2B()}}), &p));
+    EXPECT_TRUE(p.hasA2B);
+    EXPECT_TRUE(p.hasTRC);
+    EXPECT_FALSE(p.hasToXYZD50);
+}
+
+TEST(ICCAcceptance, PrioritiesPickTheFirstTableFoundAndRefuseUnknownOnes) {
+    const Bytes b = profile({{"A2B1", identityA2B()}});
+    ICCProfile p;
+    EXPECT_TRUE(parseICCProfile(b.data(), b.size(), kPriorities, 2, &p));
+    EXPECT_TRUE(p.hasA2B);
+    const int only0[1] = {0};
+    EXPECT_FALSE(parseICCProfile(b.data(), b.size(), only0, 1, &p)) << "no A2B0, no matrix";
+    const int bad[2] = {3, 1};
+    EXPECT_FALSE(parseICCProfile(b.data(), b.size(), bad, 2, &p));
+}
+
+TEST(ICCAcceptance, GreyProfileUsesItsCurveForAllChannelsAndTheIlluminantAsMatrix) {
+    ICCProfile p;
+    ASSERT_TRUE(parses(profile({{"kTRC", curvGamma(0x0200)}}, "GRAY", "XYZ "), &p));
+    EXPECT_TRUE(p.hasTRC);
+    EXPECT_TRUE(p.hasToXYZD50);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(p.trc[i].parametric.g, 2.0f);
+    EXPECT_NEAR(p.toXYZD50[0][0], 0.9642f, 1e-4);
+    EXPECT_NEAR(p.toXYZD50[2][2], 0.8249f, 1e-4);
+    EXPECT_EQ(p.toXYZD50[0][1], 0.0f);
+    EXPECT_FALSE(parses(profile({{"kTRC", curvGamma(0x0200)}}, "GRAY", "Lab ")));
+}
+
+TEST(ICCAcceptance, CICPTagIsReadOrRefused) {
+    Bytes cicp;
+    putSig(cicp, "cicp");
+    put32(cicp, 0);
+    cicp.insert(cicp.end(), {9, 16, 0, 1});
+    Bytes b = matrixProfile(curvGamma(0x0233));
+    ICCProfile p;
+    ASSERT_TRUE(parses(profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
+                                {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
+                                {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
+                                {"rTRC", curvGamma(0x0233)},
+                                {"gTRC", {}, 3},
+                                {"bTRC", {}, 3},
+                                {"cicp", cicp}}),
+                       &p));
+    EXPECT_TRUE(p.hasCICP);
+    EXPECT_EQ(p.cicp[0], 9);
+    EXPECT_EQ(p.cicp[1], 16);
+    EXPECT_EQ(p.cicp[3], 1);
+    cicp.resize(10);
+    EXPECT_FALSE(parses(profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
+                                 {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
+                                 {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
+                                 {"rTRC", curvGamma(0x0233)},
+                                 {"gTRC", {}, 3},
+                                 {"bTRC", {}, 3},
+                                 {"cicp", cicp}})));
+}
+
+// ---------------------------------------------------------------- curves
+
+// The parsed curve points into the profile bytes, which stay alive here
+// until the next call.
+ICCCurve parsedRedCurve(const Bytes& curve, bool* ok) {
+    static Bytes bytes;
+    bytes = matrixProfile(curve);
+    ICCProfile p;
+    *ok = parses(bytes, &p);
+    return p.trc[0];
+}
+
+TEST(ICCCurves, OneEntryCurvIsAPurePower) {
+    bool ok;
+    const ICCCurve c = parsedRedCurve(curvGamma(0x0233), &ok);
+    ASSERT_TRUE(ok);
+    EXPECT_EQ(c.tableEntries, 0u);
+    EXPECT_EQ(c.parametric.g, 2.19921875f);  // 563 / 256
+    EXPECT_EQ(c.parametric.a, 1.0f);
+}
+
+TEST(ICCCurves, ParaType3WithTheSRGBConstantsDecodesSRGB) {
+    bool ok;
+    const ICCCurve c = parsedRedCurve(para(3, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045}), &ok);
+    ASSERT_TRUE(ok);
+    for (int i = 0; i <= 255; ++i) {
+        const double x = i / 255.0;
+        EXPECT_NEAR(icc::evalCurve(c, static_cast<float>(x)), srgbToLinear(x), 3e-4) << i;
+    }
+}
+
+TEST(ICCCurves, ParaTypesReadTheirParametersOrAreRefused) {
+    bool ok;
+    // Type 2: Y = (aX + b)^g + c above -b/a, c below.
+    const ICCCurve t2 = parsedRedCurve(para(2, {1.0, 0.5, -0.25, 0.125}), &ok);
+    ASSERT_TRUE(ok);
+    EXPECT_NEAR(icc::evalCurve(t2, 0.25f), 0.125f, 1e-6);          // below -b/a = 0.5
+    EXPECT_NEAR(icc::evalCurve(t2, 1.0f), 0.25f + 0.125f, 1e-4);  // 0.5 - 0.25 + 0.125
+    parsedRedCurve(para(1, {2.2, 0.0, 0.1}), &ok);
+    EXPECT_FALSE(ok) << "type 1 with a = 0";
+    parsedRedCurve(para(5, {1, 1, 0, 0, 0, 0, 0}), &ok);
+    EXPECT_FALSE(ok) << "function type 5";
+    parsedRedCurve(para(4, {2.2, 1, 0, -1, 0, 0, 0}), &ok);
+    EXPECT_FALSE(ok) << "negative c";
+    Bytes shortPara = para(4, {2.2, 1, 0, 0, 0, 0, 0});
+    shortPara.resize(shortPara.size() - 4);
+    parsedRedCurve(shortPara, &ok);
+    EXPECT_FALSE(ok) << "type 4 missing its last parameter";
+}
+
+TEST(ICCCurves, TablesInterpolateLinearlyAndClampTheirInput) {
+    bool ok;
+    const ICCCurve c = parsedRedCurve(curvTable({0, 65535, 32768}), &ok);
+    ASSERT_TRUE(ok);
+    EXPECT_EQ(c.tableEntries, 3u);
+    EXPECT_FLOAT_EQ(icc::evalCurve(c, 0.25f), 0.5f);
+    EXPECT_FLOAT_EQ(icc::evalCurve(c, 0.5f), 1.0f);
+    EXPECT_NEAR(icc::evalCurve(c, 0.75f), (1.0 + 32768 / 65535.0) / 2, 1e-6);
+    EXPECT_FLOAT_EQ(icc::evalCurve(c, -3.0f), 0.0f);
+    EXPECT_NEAR(icc::evalCurve(c, 7.0f), 32768 / 65535.0, 1e-6);
+}
+
+TEST(ICCCurves, IdentityTablesInLutsBecomeTheIdentityFunction) {
+    ICCProfile p;
+    ASSERT_TRUE(parses(profile({{"A2B0", identityA2B()}}), &p));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(p.A2B.inputCurves[i].tableEntries, 0u);
+        EXPECT_EQ(p.A2B.outputCurves[i].tableEntries, 0u);
+        EXPECT_EQ(p.A2B.inputCurves[i].parametric.g, 1.0f);
+    }
+    // A table that is not a line through 0 with slope 1 stays a table.
+    Bytes lut = identityA2B();
+    lut[52 + 2] = 0x10;  // first input table, entry 1: 0x10ff instead of 0xffff
+    ASSERT_TRUE(parses(profile({{"A2B0", lut}}), &p));
+    EXPECT_EQ(p.A2B.inputCurves[0].tableEntries, 2u);
+    EXPECT_EQ(p.A2B.inputCurves[1].tableEntries, 0u);
+}
+
+// ---------------------------------------------------------------- inversions
+
+TEST(ICCInversion, SRGBCurveInverseRoundTripsAndMapsOneToOne) {
+    const ICCTransferFunction srgb = kICCsRGBProfile.trc[0].parametric;
+    ICCTransferFunction inv;
+    ASSERT_TRUE(icc::invertTransferFunction(srgb, &inv));
+    EXPECT_EQ(icc::evalTransferFunction(inv, icc::evalTransferFunction(srgb, 1.0f)), 1.0f);
+    EXPECT_NEAR(inv.g, 1 / 2.4, 1e-6);
+    EXPECT_NEAR(inv.c, 12.92, 1e-4);
+    for (int i = 0; i <= 100; ++i) {
+        const float x = i / 100.0f;
+        EXPECT_NEAR(icc::evalTransferFunction(inv, icc::evalTransferFunction(srgb, x)), x, 5e-4) << x;
+    }
+}
+
+TEST(ICCInversion, DiscontinuousOrInvalidFunctionsHaveNoInverse) {
+    ICCTransferFunction inv;
+    // Pieces 0.1 apart at d (far more than 1/512).
+    EXPECT_FALSE(icc::invertTransferFunction({2.2f, 1, 0, 1, 0.5f, 0, 0.1f}, &inv));
+    // Within 1/1024: accepted.
+    EXPECT_TRUE(icc::invertTransferFunction({1.0f, 1, 0, 1, 0.5f, 0.0009765625f, 0}, &inv));
+    EXPECT_FALSE(icc::invertTransferFunction({-1.0f, 1, 0, 0, 0, 0, 0}, &inv));
+}
+
+TEST(ICCInversion, MatrixInverseByCofactors) {
+    const float m[3][3] = {{2, 0, 0}, {0, 4, 1}, {0, 0, 0.5f}};
+    float inv[3][3];
+    ASSERT_TRUE(icc::invertMatrix3x3(m, inv));
+    const float expected[3][3] = {{0.5f, 0, 0}, {0, 0.25f, -0.5f}, {0, 0, 2}};
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) EXPECT_FLOAT_EQ(inv[r][c], expected[r][c]);
+    const float singular[3][3] = {{1, 2, 3}, {2, 4, 6}, {0, 0, 1}};
+    EXPECT_FALSE(icc::invertMatrix3x3(singular, inv));
+    const float tiny[3][3] = {{1e-20f, 0, 0}, {0, 1e-20f, 0}, {0, 0, 1e-20f}};
+    EXPECT_FALSE(icc::invertMatrix3x3(tiny, inv)) << "1/det beyond the float range";
+}
+
+TEST(ICCInversion, EightBitTableInvertsIntoAnEightBitTableOfTheSameSize) {
+    // y = x^2 tabulated in 256 bytes; its inverse is sqrt.
+    std::vector<uint8_t> table(256);
+    for (int i = 0; i < 256; ++i) table[static_cast<size_t>(i)] = static_cast<uint8_t>(std::lround(255.0 * (i / 255.0) * (i / 255.0)));
+    ICCCurve curve{};
+    curve.tableEntries = 256;
+    curve.table8 = table.data();
+    std::vector<uint8_t> storage;
+    ICCCurve inverse;
+    icc::invertTableCurve(curve, storage, &inverse);
+    EXPECT_EQ(inverse.tableEntries, 256u);
+    ASSERT_NE(inverse.table8, nullptr);
+    EXPECT_EQ(inverse.table16, nullptr);
+    EXPECT_EQ(storage.size(), 256u);
+    for (int j = 16; j < 256; j += 16) EXPECT_NEAR(inverse.table8[j], 255.0 * std::sqrt(j / 255.0), 2.0) << j;
+    EXPECT_EQ(inverse.table8[255], 255);
+    // Inputs 0..8 all round to 0 in the table; the inverse of 0 lies on that
+    // flat start (its far end, next to where the curve starts rising).
+    EXPECT_EQ(table[inverse.table8[0]], 0);
+    EXPECT_GE(inverse.table8[0], 1);
+}
+
+// ---------------------------------------------------------------- transforms
+
+TEST(ICCTransform, SameRecordOrNoProfilesLeavePixelsUnchanged) {
+    std::vector<uint8_t> in, out;
+    for (int i = 0; i < 256; ++i) in.insert(in.end(), {uint8_t(i), uint8_t(255 - i), uint8_t(i * 7), uint8_t(i / 2)});
+    out.resize(in.size());
+    ASSERT_TRUE(transformICC(in.data(), kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, nullptr, out.data(),
+                             kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, nullptr, 256));
+    EXPECT_EQ(in, out);
+    ICCProfile p3;
+    const Bytes b = matrixProfile(curvGamma(0x0233));
+    ASSERT_TRUE(parses(b, &p3));
+    ASSERT_TRUE(transformICC(in.data(), kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &p3, out.data(),
+                             kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &p3, 256));
+    EXPECT_EQ(in, out);
+}
+
+TEST(ICCTransform, SRGBRoundTripThroughTheXYZProfileKeepsCodes) {
+    std::vector<uint16_t> in, xyzPixels(3 * 4096), back(3 * 4096);
+    for (int i = 0; i < 4096; ++i) in.insert(in.end(), {uint16_t(i * 16), uint16_t(65535 - i * 16), uint16_t(i * 13)});
+    ASSERT_TRUE(transformICC(in.data(), kICCPixelFormatRGB161616LE, kICCAlphaOpaque, nullptr, xyzPixels.data(),
+                             kICCPixelFormatRGB161616LE, kICCAlphaOpaque, &kICCXYZD50Profile, 4096));
+    ASSERT_TRUE(transformICC(xyzPixels.data(), kICCPixelFormatRGB161616LE, kICCAlphaOpaque, &kICCXYZD50Profile,
+                             back.data(), kICCPixelFormatRGB161616LE, kICCAlphaOpaque, nullptr, 4096));
+    // 16-bit linear XYZ is coarse near black: one code there is 12.92 sRGB
+    // codes, and the inverse matrix mixes three channels' rounding, so the
+    // round trip keeps codes within 0.2% of full scale.
+    for (size_t i = 0; i < in.size(); ++i) EXPECT_NEAR(back[i], in[i], 131) << i;
+    // White maps to the sum of the published sRGB colorants (0.964279,
+    // 1.000000, 0.825088: the D50 white as those profiles round it).
+    const uint16_t white[3] = {65535, 65535, 65535};
+    uint16_t w[3];
+    ASSERT_TRUE(transformICC(white, kICCPixelFormatRGB161616LE, kICCAlphaOpaque, nullptr, w, kICCPixelFormatRGB161616LE,
+                             kICCAlphaOpaque, &kICCXYZD50Profile, 1));
+    EXPECT_NEAR(w[0], 0.964279 * 65535, 8);
+    EXPECT_NEAR(w[1], 65535, 8);
+    EXPECT_NEAR(w[2], 0.825088 * 65535, 8);
+}
+
+TEST(ICCTransform, LayoutsSwapRedAndBlueAndKeepTheirByteOrder) {
+    const uint8_t rgba[4] = {10, 20, 30, 40};
+    uint8_t bgra[4];
+    ASSERT_TRUE(transformICC(rgba, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, nullptr, bgra,
+                             kICCPixelFormatBGRA8888, kICCAlphaUnpremultiplied, nullptr, 1));
+    EXPECT_EQ(bgra[0], 30);
+    EXPECT_EQ(bgra[2], 10);
+    EXPECT_EQ(bgra[3], 40);
+    const uint8_t be[6] = {0x12, 0x34, 0xAB, 0xCD, 0x00, 0x01};
+    uint8_t le[8];
+    ASSERT_TRUE(transformICC(be, kICCPixelFormatRGB161616BE, kICCAlphaUnpremultiplied, nullptr, le,
+                             kICCPixelFormatRGBA16161616LE, kICCAlphaUnpremultiplied, nullptr, 1));
+    const uint8_t expected[8] = {0x34, 0x12, 0xCD, 0xAB, 0x01, 0x00, 0xFF, 0xFF};
+    EXPECT_EQ(std::memcmp(le, expected, 8), 0);
+    const uint8_t rgb[3] = {1, 128, 255};
+    uint8_t wide[6];
+    ASSERT_TRUE(transformICC(rgb, kICCPixelFormatRGB888, kICCAlphaOpaque, nullptr, wide, kICCPixelFormatBGR161616BE,
+                             kICCAlphaOpaque, nullptr, 1));
+    const uint8_t expectedWide[6] = {0xFF, 0xFF, 0x80, 0x80, 0x01, 0x01};  // 255*257, 128*257, 1*257
+    EXPECT_EQ(std::memcmp(wide, expectedWide, 6), 0);
+}
+
+TEST(ICCTransform, AlphaFormats) {
+    const uint8_t px[8] = {100, 50, 0, 128, 200, 200, 200, 0};
+    uint8_t out[8];
+    ASSERT_TRUE(transformICC(px, kICCPixelFormatRGBA8888, kICCAlphaOpaque, nullptr, out, kICCPixelFormatRGBA8888,
+                             kICCAlphaOpaque, nullptr, 2));
+    EXPECT_EQ(out[3], 255);
+    EXPECT_EQ(out[7], 255);
+    EXPECT_EQ(out[0], 100);
+    // Premultiplied in and out: colour divided by alpha, then multiplied back.
+    ASSERT_TRUE(transformICC(px, kICCPixelFormatRGBA8888, kICCAlphaPremultiplied, nullptr, out,
+                             kICCPixelFormatRGBA8888, kICCAlphaPremultiplied, nullptr, 2));
+    EXPECT_NEAR(out[0], 100, 1);
+    EXPECT_NEAR(out[1], 50, 1);
+    EXPECT_EQ(out[3], 128);
+    EXPECT_EQ(out[4], 0) << "alpha 0 unpremultiplies to colour 0";
+    EXPECT_EQ(out[7], 0);
+    // Premultiplied in, unpremultiplied out: 100 / (128/255) = 199.2.
+    ASSERT_TRUE(transformICC(px, kICCPixelFormatRGBA8888, kICCAlphaPremultiplied, nullptr, out,
+                             kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, nullptr, 1));
+    EXPECT_EQ(out[0], 199);
+}
+
+// A CMYK profile whose A2B maps (C, M, Y, K) to XYZ = (1 - C)(1 - K) x D50
+// white on all three channels (a neutral ramp).
+Bytes cmykProfile(const std::vector<Tag>& extra = {}) {
+    std::vector<Tag> tags = {{"A2B0", mft2(4, 3, 2, [](const double* c, int o) {
+                                  const double w[3] = {0.9642, 1.0, 0.8249};
+                                  return (1 - c[0]) * (1 - c[3]) * w[o] * 32768.0 / 65535.0;
+                              })}};
+    tags.insert(tags.end(), extra.begin(), extra.end());
+    return profile(tags, "CMYK", "XYZ ", 0x02100000, "prtr");
+}
+
+TEST(ICCTransform, CMYKSourceReadsItsChannelsInverted) {
+    ICCProfile cmyk;
+    const Bytes bytes = cmykProfile();
+    ASSERT_TRUE(parses(bytes, &cmyk));
+    // Stored 255 means no ink: C = 0, K = 0 gives the lattice's white
+    // (D50 x 32768/65535 ~ half of white in XYZ, as the table says).
+    const uint8_t noInk[4] = {255, 255, 255, 255};
+    const uint8_t fullCyan[4] = {0, 255, 255, 255};
+    uint8_t a[4], b[4];
+    ASSERT_TRUE(transformICC(noInk, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &cmyk, a,
+                             kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &kICCXYZD50Profile, 1));
+    ASSERT_TRUE(transformICC(fullCyan, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &cmyk, b,
+                             kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &kICCXYZD50Profile, 1));
+    EXPECT_NEAR(a[1], 0.5 * 255, 1);
+    EXPECT_EQ(a[3], 255) << "after a four-input lookup alpha is opaque";
+    EXPECT_EQ(b[0], 0);
+    EXPECT_EQ(b[1], 0);
+}
+
+TEST(ICCTransform, RefusesOversizedRunsAndMismatchedInPlaceRuns) {
+    uint8_t px[8] = {};
+    const size_t tooMany = (size_t(1) << 31) / 3 + 1;  // 3 bytes each reaches 2^31
+    EXPECT_FALSE(transformICC(px, kICCPixelFormatRGB888, kICCAlphaOpaque, nullptr, px, kICCPixelFormatRGB888,
+                              kICCAlphaOpaque, nullptr, tooMany));
+    EXPECT_FALSE(transformICC(px, kICCPixelFormatRGB888, kICCAlphaOpaque, nullptr, px, kICCPixelFormatRGBA8888,
+                              kICCAlphaOpaque, nullptr, 1));
+    EXPECT_FALSE(transformICC(px, static_cast<ICCPixelFormat>(14), kICCAlphaOpaque, nullptr, px + 4,
+                              kICCPixelFormatRGBA8888, kICCAlphaOpaque, nullptr, 1));
+    EXPECT_TRUE(transformICC(px, kICCPixelFormatRGBA8888, kICCAlphaOpaque, nullptr, px, kICCPixelFormatBGRA8888,
+                             kICCAlphaOpaque, nullptr, 2));
+}
+
+TEST(ICCTransform, DestinationWithoutInvertibleCurvesIsRefused) {
+    ICCProfile p;
+    // pieces meet 0.25 apart at d = 0.5: no inverse
+    ASSERT_TRUE(parses(matrixProfile(para(4, {1.0, 1.0, 0.0, 1.0, 0.5, 0.0, 0.25})), &p));
+    uint8_t in[3] = {1, 2, 3}, out[3] = {7, 7, 7};
+    EXPECT_FALSE(transformICC(in, kICCPixelFormatRGB888, kICCAlphaOpaque, nullptr, out, kICCPixelFormatRGB888,
+                              kICCAlphaOpaque, &p, 1));
+    EXPECT_EQ(out[0], 7) << "nothing written";
+    EXPECT_TRUE(transformICC(in, kICCPixelFormatRGB888, kICCAlphaOpaque, &p, out, kICCPixelFormatRGB888,
+                             kICCAlphaOpaque, nullptr, 1))
+        << "as a source it needs no inverse";
+}
+
+}  // namespace
+}  // namespace KROCOLOR
