@@ -1,0 +1,305 @@
+// The ICC path behind KROColorFunctions in ICC mode: formats, refusals that
+// leave the destination untouched, CMYK sources, bands, strides, resizing,
+// and the two embedded profiles.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "KROColorFunctions.h"
+#include "api/icc_path.h"
+#include "fuzz/icc_profile_builder.h"
+#include "icc/icc_engine.h"
+
+namespace KROCOLOR {
+namespace {
+
+using namespace iccbuild;
+
+// One ICC-mode transcode; profile vectors may be empty (sRGB).
+KROReturn transcodeICC(int sw, int sh, int32_t sf, const uint8_t* src, int srcStride, int dw, int dh, int32_t df,
+                       uint8_t* dst, int dstStride, const Bytes& srcProfile = {}, const Bytes& dstProfile = {}) {
+    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(sw, sh, static_cast<KROPixelFormat>(sf), dw, dh,
+                                                                   static_cast<KROPixelFormat>(df)));
+    f->setType(kKROProfileTypeICC);
+    f->setICCProfile(srcProfile.empty() ? nullptr : srcProfile.data(), static_cast<int>(srcProfile.size()),
+                     dstProfile.empty() ? nullptr : dstProfile.data(), static_cast<int>(dstProfile.size()));
+    const uint8_t* in[4] = {src, nullptr, nullptr, nullptr};
+    uint8_t* out[4] = {dst, nullptr, nullptr, nullptr};
+    const int inStrides[4] = {srcStride, 0, 0, 0};
+    const int outStrides[4] = {dstStride, 0, 0, 0};
+    return f->transcode(in, inStrides, out, outStrides);
+}
+
+Bytes embeddedP3() {
+    const uint8_t* p = KROColorFunctions::getDisplayP3ICCProfile();
+    return Bytes(p, p + KROColorFunctions::getDisplayP3ICCProfileSize());
+}
+Bytes embeddedAdobe() {
+    const uint8_t* p = KROColorFunctions::getAdobeRGBICCProfile();
+    return Bytes(p, p + KROColorFunctions::getAdobeRGBICCProfileSize());
+}
+
+TEST(ICCPath, NoProfilesConvertSRGBToSRGBAndSetAlpha) {
+    const int w = 7, h = 13;
+    std::vector<uint8_t> src(w * h * 3), dst(w * h * 4, 0);
+    for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<uint8_t>(i * 37);
+    ASSERT_EQ(transcodeICC(w, h, kKRORGB888Format, src.data(), w * 3, w, h, kKRORGBA8888Format, dst.data(), w * 4),
+              kKROSuccess);
+    for (int p = 0; p < w * h; ++p) {
+        for (int c = 0; c < 3; ++c) EXPECT_NEAR(dst[p * 4 + c], src[p * 3 + c], 1);
+        EXPECT_EQ(dst[p * 4 + 3], 255);
+    }
+}
+
+TEST(ICCPath, SwitchingToICCModeReleasesTheColourConvertor) {
+    std::vector<uint8_t> src(4 * 4 * 4, 9), dst(4 * 4 * 4);
+    const uint8_t* in[] = {src.data()};
+    uint8_t* out[] = {dst.data()};
+    const int strides[] = {16};
+    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, kKRORGBA8888Format, 4, 4, kKRORGBA8888Format));
+    ASSERT_EQ(f->transcode(in, strides, out, strides), kKROSuccess);
+    ASSERT_NE(f->convertor, nullptr);
+    f->setType(kKROProfileTypeICC);
+    EXPECT_EQ(f->transcode(in, strides, out, strides), kKROSuccess);
+    EXPECT_EQ(f->convertor, nullptr);
+}
+
+struct Refusal {
+    const char* name;
+    int32_t srcFormat, dstFormat;
+    size_t srcProfileBytes, dstProfileBytes;  // 0: none, else a truncated profile of that size
+    KROReturn expected;
+};
+
+class ICCPathRefusal : public ::testing::TestWithParam<Refusal> {};
+
+TEST_P(ICCPathRefusal, RefusesAndWritesNothing) {
+    const Refusal& r = GetParam();
+    std::vector<uint8_t> src(16 * 16 * 8, 0x40), dst(16 * 16 * 8, 0xEE);
+    const Bytes adobe = embeddedAdobe();
+    Bytes srcProfile, dstProfile;
+    if (r.srcProfileBytes) srcProfile.assign(adobe.begin(), adobe.begin() + static_cast<ptrdiff_t>(r.srcProfileBytes));
+    if (r.dstProfileBytes) dstProfile.assign(adobe.begin(), adobe.begin() + static_cast<ptrdiff_t>(r.dstProfileBytes));
+    EXPECT_EQ(transcodeICC(16, 16, r.srcFormat, src.data(), 16 * 8, 16, 16, r.dstFormat, dst.data(), 16 * 8,
+                           srcProfile, dstProfile),
+              r.expected);
+    for (uint8_t v : dst) ASSERT_EQ(v, 0xEE);
+}
+
+const Refusal kRefusals[] = {
+    {"DestinationCMYK", kKRORGBA8888Format, kKROCMYK8888Format, 0, 0, kKROInputPixelFormatNotSupported},
+    {"SourceNV12", kKRONV12Format, kKRORGBA8888Format, 0, 0, kKROInputPixelFormatNotSupported},
+    {"SourceBGRA", kKROBGRA8888Format, kKRORGBA8888Format, 0, 0, kKROInputPixelFormatNotSupported},
+    {"SourceProfileOf131Bytes", kKRORGBA8888Format, kKRORGB888Format, 131, 0, kKROInvalidICCProfile},
+    {"DestinationProfileOf131Bytes", kKRORGB16LEFormat, kKRORGBA16BEFormat, 0, 131, kKROInvalidICCProfile},
+    {"TruncatedProfile", kKROCMYK8888Format, kKRORGBA8888Format, 500, 0, kKROInvalidICCProfile},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, ICCPathRefusal, ::testing::ValuesIn(kRefusals),
+                         [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.name); });
+
+TEST(ICCPath, CMYKWithoutProfileIsPlainInkOnWhite) {
+    const uint8_t src[8] = {0, 0, 0, 0, 255, 0, 0, 0};
+    uint8_t dst[8];
+    ASSERT_EQ(transcodeICC(2, 1, kKROCMYK8888Format, src, 8, 2, 1, kKRORGBA8888Format, dst, 8), kKROSuccess);
+    const uint8_t expected[8] = {255, 255, 255, 255, 0, 255, 255, 255};
+    EXPECT_EQ(std::memcmp(dst, expected, 8), 0);
+}
+
+// CMYK profile with a neutral A2B: XYZ = (1 - C)(1 - K) x D50 white.
+Bytes cmykProfile(const std::string& description) {
+    return profile({{"desc", textDesc(description)},
+                    {"A2B0", mft2(4, 3, 2,
+                                  [](const double* c, int o) {
+                                      const double w[3] = {0.9642, 1.0, 0.8249};
+                                      return (1 - c[0]) * (1 - c[3]) * w[o] * 32768.0 / 65535.0;
+                                  })}},
+                   "CMYK", "XYZ ", 0x02100000, "prtr");
+}
+
+TEST(ICCPath, RecognisesTheKnownPrintConditions) {
+    for (const char* name : {"Japan Color 2001 Coated", "US Web Coated (SWOP) v2", "Photoshop 5 Default CMYK",
+                             "Generic DeviceCMYK"}) {
+        const Bytes b = cmykProfile(name);
+        EXPECT_TRUE(isKnownCMYKPrintProfile(b.data(), static_cast<int>(b.size()))) << name;
+    }
+    const Bytes other = cmykProfile("Coated FOGRA39");
+    EXPECT_FALSE(isKnownCMYKPrintProfile(other.data(), static_cast<int>(other.size())));
+    const Bytes adobe = embeddedAdobe();  // an RGB profile is never a print profile
+    EXPECT_FALSE(isKnownCMYKPrintProfile(adobe.data(), static_cast<int>(adobe.size())));
+    // A 'desc' whose ASCII count runs past the end is skipped, not read.
+    Bytes truncated = cmykProfile("US Web Coated");
+    const size_t descAt = 132 + 2 * 12;
+    set32(truncated, descAt + 8, 0x7fffffff);
+    EXPECT_FALSE(isKnownCMYKPrintProfile(truncated.data(), static_cast<int>(truncated.size())));
+}
+
+TEST(ICCPath, KnownPrintProfileReadsCMYKAsStoredInverted) {
+    // With a known print profile 255 means no ink: (255, 255, 255, 255) is
+    // C x K / 255 = 255 on every channel before the profile is applied; the
+    // profile then inverts it back to no ink, and its neutral table gives the
+    // lattice white, half of D50 in XYZ (the table's 32768/65535 scale).
+    const Bytes cmyk = cmykProfile("US Web Coated (SWOP) v2");
+    const uint8_t noInk[4] = {255, 255, 255, 255};
+    uint8_t out[4];
+    ASSERT_EQ(transcodeICC(1, 1, kKROCMYK8888Format, noInk, 4, 1, 1, kKRORGBA8888Format, out, 4, cmyk),
+              kKROSuccess);
+    // Half of D50 white in sRGB: linear 0.5 on each channel, 188 encoded.
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(out[c], 188, 2) << c;
+    EXPECT_EQ(out[3], 255);
+    // Without recognition the same bytes are full ink: black.
+    const Bytes unknown = cmykProfile("Coated FOGRA39");
+    ASSERT_EQ(transcodeICC(1, 1, kKROCMYK8888Format, noInk, 4, 1, 1, kKRORGBA8888Format, out, 4, unknown),
+              kKROSuccess);
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(out[c], 0) << c;
+}
+
+TEST(ICCPath, BandsOfATallImage) {
+    const ICCBand expected[10] = {{0, 2}, {2, 4}, {4, 6}, {6, 8}, {8, 10}, {10, 11},
+                                  {11, 11}, {11, 11}, {11, 11}, {11, 11}};
+    for (int k = 0; k < 10; ++k) {
+        const ICCBand b = iccBand(11, k, 10);
+        EXPECT_EQ(b.first, expected[k].first) << k;
+        EXPECT_EQ(b.end, expected[k].end) << k;
+    }
+    const ICCBand last = iccBand(1080, 9, 10);
+    EXPECT_EQ(last.first, 972);
+    EXPECT_EQ(last.end, 1080);
+}
+
+// Banded and single-run conversions agree, with row padding on both sides
+// that must stay untouched.
+TEST(ICCPath, StridedRowsAndBandsMatchOneRunPerPixel) {
+    for (int h : {9, 10, 11, 37}) {
+        const int w = 5, srcStride = w * 6 + 10, dstStride = w * 4 + 3;
+        std::vector<uint8_t> src(static_cast<size_t>(srcStride) * h), dst(static_cast<size_t>(dstStride) * h, 0x5A);
+        for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<uint8_t>(i * 131 + 7);
+        const Bytes p3 = embeddedP3();
+        ASSERT_EQ(transcodeICC(w, h, kKRORGB16LEFormat, src.data(), srcStride, w, h, kKRORGBA8888Format, dst.data(),
+                               dstStride, {}, p3),
+                  kKROSuccess);
+        ICCProfile parsed;
+        const int priorities[2] = {0, 1};
+        ASSERT_TRUE(parseICCProfile(p3.data(), p3.size(), priorities, 2, &parsed));
+        for (int y = 0; y < h; ++y) {
+            uint8_t row[w * 4];
+            ASSERT_TRUE(transformICC(src.data() + y * srcStride, kICCPixelFormatRGB161616LE, kICCAlphaUnpremultiplied,
+                                     nullptr, row, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &parsed, w));
+            EXPECT_EQ(std::memcmp(row, dst.data() + y * dstStride, w * 4), 0) << "row " << y << " of " << h;
+            for (int x = w * 4; x < dstStride; ++x) EXPECT_EQ(dst[static_cast<size_t>(y * dstStride + x)], 0x5A);
+        }
+    }
+}
+
+// A flat colour stays flat through any resize, so resizing then converting
+// must give the same pixels as converting the colour at the destination size.
+TEST(ICCPath, DifferentSizesResizeFirst) {
+    const int sw = 16, sh = 12, dw = 7, dh = 5;
+    std::vector<uint8_t> src(sw * sh * 4), dst(dw * dh * 3, 0), reference(dw * dh * 3);
+    for (int p = 0; p < sw * sh; ++p) {
+        src[p * 4 + 0] = 200;
+        src[p * 4 + 1] = 30;
+        src[p * 4 + 2] = 90;
+        src[p * 4 + 3] = 255;
+    }
+    const Bytes adobe = embeddedAdobe();
+    ASSERT_EQ(transcodeICC(sw, sh, kKRORGBA8888Format, src.data(), sw * 4, dw, dh, kKRORGB888Format, dst.data(), dw * 3,
+                           {}, adobe),
+              kKROSuccess);
+    ASSERT_EQ(transcodeICC(dw, dh, kKRORGBA8888Format, src.data(), dw * 4, dw, dh, kKRORGB888Format,
+                           reference.data(), dw * 3, {}, adobe),
+              kKROSuccess);
+    EXPECT_EQ(dst, reference);
+}
+
+// ---------------------------------------------------------------- embedded profiles
+
+uint32_t be32(const uint8_t* p) { return (uint32_t(p[0]) << 24) | (uint32_t(p[1]) << 16) | (uint32_t(p[2]) << 8) | p[3]; }
+double fixed(const uint8_t* p) { return static_cast<int32_t>(be32(p)) / 65536.0; }
+
+struct EmbeddedCase {
+    const char* name;
+    Bytes (*bytes)();
+    size_t size;
+    uint32_t version;
+    std::vector<std::string> tags;
+    double colorants[3][3];  // red, green, blue XYZ
+};
+
+class ICCEmbedded : public ::testing::TestWithParam<EmbeddedCase> {};
+
+TEST_P(ICCEmbedded, HeaderTagsAndColorants) {
+    const EmbeddedCase& e = GetParam();
+    const Bytes b = e.bytes();
+    ASSERT_EQ(b.size(), e.size);
+    EXPECT_EQ(be32(&b[0]), e.size);
+    EXPECT_EQ(be32(&b[8]), e.version);
+    EXPECT_EQ(std::string(b.begin() + 12, b.begin() + 16), "mntr");
+    EXPECT_EQ(std::string(b.begin() + 16, b.begin() + 20), "RGB ");
+    EXPECT_EQ(std::string(b.begin() + 20, b.begin() + 24), "XYZ ");
+    EXPECT_EQ(std::string(b.begin() + 36, b.begin() + 40), "acsp");
+    ASSERT_EQ(be32(&b[128]), e.tags.size());
+    for (size_t i = 0; i < e.tags.size(); ++i) {
+        EXPECT_EQ(std::string(b.begin() + 132 + 12 * i, b.begin() + 136 + 12 * i), e.tags[i]) << i;
+        EXPECT_LE(be32(&b[136 + 12 * i]) + be32(&b[140 + 12 * i]), e.size);
+    }
+    const char* colorantTags[3] = {"rXYZ", "gXYZ", "bXYZ"};
+    for (int c = 0; c < 3; ++c)
+        for (size_t i = 0; i < e.tags.size(); ++i)
+            if (e.tags[i] == colorantTags[c]) {
+                const uint8_t* tag = &b[be32(&b[136 + 12 * i])];
+                for (int k = 0; k < 3; ++k) EXPECT_NEAR(fixed(tag + 8 + 4 * k), e.colorants[c][k], 1.0 / 65536) << c;
+            }
+    ICCProfile p;
+    const int priorities[2] = {0, 1};
+    ASSERT_TRUE(parseICCProfile(b.data(), b.size(), priorities, 2, &p));
+    // Usable on either side of a conversion.
+    const uint8_t px[3] = {10, 128, 250};
+    uint8_t out[3], back[3];
+    ASSERT_TRUE(transformICC(px, kICCPixelFormatRGB888, kICCAlphaOpaque, nullptr, out, kICCPixelFormatRGB888,
+                             kICCAlphaOpaque, &p, 1));
+    ASSERT_TRUE(transformICC(out, kICCPixelFormatRGB888, kICCAlphaOpaque, &p, back, kICCPixelFormatRGB888,
+                             kICCAlphaOpaque, nullptr, 1));
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(back[c], px[c], 2);
+}
+
+const EmbeddedCase kEmbedded[] = {
+    {"DisplayP3", embeddedP3, 536, 0x04000000,
+     {"desc", "cprt", "wtpt", "rXYZ", "gXYZ", "bXYZ", "rTRC", "chad", "bTRC", "gTRC"},
+     {{0.515121, 0.241196, -0.001053}, {0.291977, 0.692245, 0.041885}, {0.157104, 0.066574, 0.784073}}},
+    {"AdobeRGB1998", embeddedAdobe, 560, 0x02100000,
+     {"cprt", "desc", "wtpt", "bkpt", "rTRC", "gTRC", "bTRC", "rXYZ", "gXYZ", "bXYZ"},
+     {{0.609741, 0.311111, 0.01947}, {0.205276, 0.625671, 0.060867}, {0.149185, 0.063217, 0.744568}}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Profiles, ICCEmbedded, ::testing::ValuesIn(kEmbedded),
+                         [](const ::testing::TestParamInfo<EmbeddedCase>& info) { return std::string(info.param.name); });
+
+TEST(ICCEmbedded, CurvesAreTheSRGBParaAndTheAdobeGamma) {
+    ICCProfile p3, adobe;
+    const int priorities[2] = {0, 1};
+    const Bytes p3Bytes = embeddedP3(), adobeBytes = embeddedAdobe();
+    ASSERT_TRUE(parseICCProfile(p3Bytes.data(), p3Bytes.size(), priorities, 2, &p3));
+    ASSERT_TRUE(parseICCProfile(adobeBytes.data(), adobeBytes.size(), priorities, 2, &adobe));
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_NEAR(p3.trc[c].parametric.g, 2.4, 1e-4);
+        EXPECT_NEAR(p3.trc[c].parametric.d, 0.04045, 1e-4);
+        EXPECT_NEAR(p3.trc[c].parametric.c, 1 / 12.92, 1e-4);
+        EXPECT_EQ(adobe.trc[c].parametric.g, 2.19921875f);
+    }
+    // Shared curve data: gTRC and bTRC point where rTRC does.
+    EXPECT_EQ(be32(&p3Bytes[132 + 6 * 12 + 4]), be32(&p3Bytes[132 + 8 * 12 + 4]));
+    EXPECT_EQ(be32(&p3Bytes[132 + 6 * 12 + 4]), be32(&p3Bytes[132 + 9 * 12 + 4]));
+    // Adobe's white point and black point as published.
+    EXPECT_NEAR(fixed(&adobeBytes[be32(&adobeBytes[132 + 2 * 12 + 4]) + 8]), 0.950455, 1.0 / 65536);
+    EXPECT_NEAR(fixed(&adobeBytes[be32(&adobeBytes[132 + 2 * 12 + 4]) + 16]), 1.08905, 1.0 / 65536);
+    EXPECT_EQ(fixed(&adobeBytes[be32(&adobeBytes[132 + 3 * 12 + 4]) + 8]), 0.0);
+    EXPECT_EQ(KROColorFunctions::getSRGBICCProfile(), nullptr);
+    EXPECT_EQ(KROColorFunctions::getSRGBICCProfileSize(), 0);
+}
+
+}  // namespace
+}  // namespace KROCOLOR
