@@ -1,0 +1,39 @@
+// libFuzzer target for the ICC engine: profiles are untrusted bytes. Each
+// input is parsed (with the priorities the ICC path uses and with all three),
+// checked by the CMYK print-profile recognition, and, when it parses, used as
+// source and as destination of a short pixel run in several layouts.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "api/icc_path.h"
+#include "icc/icc_engine.h"
+
+using namespace KROCOLOR;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    // A copy of exactly `size` bytes, so any read past the end is caught.
+    std::vector<uint8_t> bytes(data, data + size);
+    const uint8_t* p = bytes.empty() ? nullptr : bytes.data();
+
+    static const int kPathPriorities[2] = {0, 1};
+    static const int kAllPriorities[3] = {2, 1, 0};
+    ICCProfile profile;
+    const bool parsed = p && parseICCProfile(p, size, kPathPriorities, 2, &profile);
+    ICCProfile other;
+    if (p) parseICCProfile(p, size, kAllPriorities, 3, &other);
+    if (size <= 0x7fffffff) isKnownCMYKPrintProfile(p, static_cast<int>(size));
+    if (!parsed) return 0;
+
+    uint8_t pixels[4 * 8 * 2];
+    for (size_t i = 0; i < sizeof pixels; ++i) pixels[i] = static_cast<uint8_t>(i * 37 + 11);
+    uint8_t out[4 * 8 * 2];
+    transformICC(pixels, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &profile, out,
+                 kICCPixelFormatRGB888, kICCAlphaUnpremultiplied, nullptr, 8);
+    transformICC(pixels, kICCPixelFormatRGB161616BE, kICCAlphaPremultiplied, nullptr, out,
+                 kICCPixelFormatRGBA16161616LE, kICCAlphaOpaque, &profile, 8);
+    transformICC(pixels, kICCPixelFormatBGRA8888, kICCAlphaUnpremultiplied, &profile, out,
+                 kICCPixelFormatBGRA8888, kICCAlphaUnpremultiplied, &kICCXYZD50Profile, 8);
+    return 0;
+}
