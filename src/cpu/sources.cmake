@@ -1,0 +1,10 @@
+# The SIMD CPU convertor lives in src/cpu/xsimd/. Its translation units are
+# the only ones that include xsimd (header-only); they are built for SSE2 and
+# nothing wider, so the library runs on every x86-64 processor.
+file(GLOB KRO_XSIMD_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/xsimd/*.cpp)
+find_path(KRO_XSIMD_INCLUDE_DIR xsimd/xsimd.hpp REQUIRED)
+target_sources(kro_objects PRIVATE ${KRO_XSIMD_SOURCES})
+set_property(SOURCE ${KRO_XSIMD_SOURCES} APPEND PROPERTY INCLUDE_DIRECTORIES ${KRO_XSIMD_INCLUDE_DIR})
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|amd64|i.86")
+  set_property(SOURCE ${KRO_XSIMD_SOURCES} APPEND PROPERTY COMPILE_OPTIONS -msse2)
+endif()

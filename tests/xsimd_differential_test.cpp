@@ -1,0 +1,197 @@
+// The SIMD convertor against the scalar CPUContext: every host format pair,
+// colour descriptions from SDR to PQ, HLG and wide gamuts, sizes around the
+// four-pixel block (tails of 0-3 pixels, serial and pooled frames), padded
+// strides, and scaling up and down. Correctness of the colour mathematics
+// itself is pinned by the scalar convertor's own tests; this sweep keeps the
+// vector path from drifting away from it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "KROColorFunctions.h"
+#include "cpu/cpu_context.h"
+#include "cpu/xsimd/xsimd_context.h"
+#include "support/frame_buffers.h"
+
+using namespace KROCOLOR;
+using KROCOLOR::test::FrameBuffers;
+
+namespace {
+
+struct Description {
+    int32_t primaries, transfer, matrix, range;
+};
+
+struct ColourCase {
+    const char* name;
+    Description src, dst;
+    const char* peak;  // "src_max_luminance", or null for none
+};
+
+constexpr int32_t kLimited = kColorRangeMpeg, kFull = kColorRangeJpeg;
+
+const ColourCase kColourCases[] = {
+    {"BT709 limited to full range", {1, 1, 1, kLimited}, {1, 1, 1, kFull}, nullptr},
+    {"BT601 SDR to BT709", {5, 6, 5, kLimited}, {1, 1, 1, kLimited}, nullptr},
+    {"BT2020 PQ to BT709 SDR", {9, 16, 9, kLimited}, {1, 1, 1, kLimited}, nullptr},
+    {"BT2020 PQ to BT709 PQ", {9, 16, 9, kLimited}, {1, 16, 1, kFull}, nullptr},
+    {"BT2020 PQ to BT709 PQ, peak 1000", {9, 16, 9, kLimited}, {1, 16, 1, kFull}, "1000"},
+    {"HLG to BT709 SDR", {9, 18, 9, kLimited}, {1, 1, 1, kFull}, nullptr},
+    {"BT709 SDR to HLG", {1, 1, 1, kFull}, {9, 18, 9, kLimited}, nullptr},
+    {"Display P3 to BT709", {12, 13, 1, kFull}, {1, 1, 1, kLimited}, nullptr},
+    {"DCI-P3 to BT2020", {11, 100, 1, kFull}, {9, 14, 9, kLimited}, nullptr},
+    {"Adobe RGB to BT709", {23, 4, 1, kFull}, {1, 1, 1, kLimited}, nullptr},
+    {"ProPhoto to BT709", {24, 19, 1, kFull}, {1, 13, 1, kFull}, nullptr},
+    {"xvYCC to BT601", {1, 11, 1, kLimited}, {6, 6, 6, kFull}, nullptr},
+    {"BT2020 constant luminance to BT709", {9, 15, 10, kLimited}, {1, 1, 10, kFull}, nullptr},
+    {"BT709 to YCgCo", {1, 1, 1, kLimited}, {1, 1, 8, kFull}, nullptr},
+    {"SDR to PQ", {1, 1, 1, kFull}, {9, 16, 9, kLimited}, nullptr},
+    {"identical descriptions", {1, 1, 1, kLimited}, {1, 1, 1, kLimited}, nullptr},
+};
+constexpr int kColourCaseCount = static_cast<int>(sizeof(kColourCases) / sizeof(kColourCases[0]));
+
+std::vector<int32_t> hostColourFormats() {
+    std::vector<int32_t> formats;
+    for (int32_t f = 101; f <= 126; ++f)
+        if (f < 121 || f > 123) formats.push_back(f);
+    return formats;
+}
+
+KROFrame describe(FrameBuffers& b, const Description& d) {
+    return b.frame(d.primaries, d.transfer, d.matrix, d.range);
+}
+
+// Largest difference, in codes, between two frames of one format; bytes
+// outside the samples (row padding) must match exactly.
+int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b) {
+    const FormatTraits& t = *formatTraits(a.format());
+    int worst = 0;
+    for (int p = 0; p < a.planeCount(); ++p) {
+        const uint8_t* x = a.plane(p);
+        const uint8_t* y = b.plane(p);
+        const size_t rowBytes = static_cast<size_t>(planeRowBytes(t, p, a.width()));
+        const size_t stride = static_cast<size_t>(a.stride(p));
+        for (size_t i = 0; i < a.size(p); i += t.bytesPerSample) {
+            if (i % stride >= rowBytes) {
+                if (x[i] != y[i]) return 1 << 20;  // padding written
+                if (t.bytesPerSample == 2 && x[i + 1] != y[i + 1]) return 1 << 20;
+                continue;
+            }
+            int u = x[i], v = y[i];
+            if (t.bytesPerSample == 2) {
+                u = t.bigEndian ? (x[i] << 8 | x[i + 1]) : (x[i + 1] << 8 | x[i]);
+                v = t.bigEndian ? (y[i] << 8 | y[i + 1]) : (y[i + 1] << 8 | y[i]);
+                u >>= t.msbShift;
+                v >>= t.msbShift;
+            }
+            worst = std::max(worst, std::abs(u - v));
+        }
+    }
+    return worst;
+}
+
+// Converts one random frame with both convertors and returns the largest
+// code difference. Sources and destinations end exactly at the end of their
+// allocations and carry `padding` bytes after each row.
+int compareWithScalar(int32_t srcFormat, int32_t dstFormat, const ColourCase& c, int sw, int sh, int dw, int dh,
+                      int padding, uint32_t seed) {
+    FrameBuffers src(srcFormat, sw, sh, padding);
+    src.fillRandom(seed);
+    FrameBuffers scalarOut(dstFormat, dw, dh, padding + 2), simdOut(dstFormat, dw, dh, padding + 2);
+    scalarOut.fillRandom(seed + 1);
+    simdOut.fillRandom(seed + 1);
+
+    KROFrame s = describe(src, c.src);
+    KROFrame d1 = describe(scalarOut, c.dst);
+    KROFrame d2 = describe(simdOut, c.dst);
+    CPUContext scalar;
+    XSimdCPUContext simd;
+    if (c.peak) {
+        scalar.setMetaData({{"src_max_luminance", c.peak}});
+        simd.setMetaData({{"src_max_luminance", c.peak}});
+    }
+    EXPECT_EQ(scalar.convertColor(&s, &d1), kKROSuccess);
+    EXPECT_EQ(simd.convertColor(&s, &d2), kKROSuccess);
+    return largestCodeDifference(scalarOut, simdOut);
+}
+
+// The tolerance of one conversion: one code, except where a PQ source meets
+// a 16-bit destination. The PQ decoding forms f = V^(1/m2) and then
+// f - c1 with c1 = 0.8359375; for dark and mid-grey signals f lies just
+// above c1, so the difference keeps only a few significant bits of f and a
+// last-bit difference between xsimd's float32 power and the scalar powf
+// grows by 1/(f - c1), then by the exponent 1/m1 = 6.28. Both paths are
+// float32 approximations of the same curve; at 65535 codes the two disagree
+// by up to a dozen codes (2e-4 of full scale), never at 8, 10 or 12 bits.
+int allowedDifference(const ColourCase& c, int32_t dstFormat) {
+    const bool deep = formatTraits(dstFormat)->depth == 16;
+    if (deep && c.src.transfer == kColorTransferSMPTE2084) return 16;
+    return 1;
+}
+
+class XSimdAgainstScalar : public ::testing::TestWithParam<int> {};
+
+// Every format pair with every colour case on three small sizes: block
+// tails of 3, 1 and 1 pixels, chroma blocks cut at odd edges.
+TEST_P(XSimdAgainstScalar, EveryFormatPairWithinOneCode) {
+    const ColourCase& c = kColourCases[GetParam()];
+    const std::vector<int32_t> formats = hostColourFormats();
+    const int sizes[][2] = {{3, 7}, {5, 5}, {17, 13}};
+    uint32_t seed = 7u + static_cast<uint32_t>(GetParam()) * 1000u;
+    for (int32_t sf : formats)
+        for (int32_t df : formats)
+            for (const auto& sz : sizes) {
+                const int diff = compareWithScalar(sf, df, c, sz[0], sz[1], sz[0], sz[1], (seed % 3) * 4, seed);
+                ++seed;
+                ASSERT_LE(diff, allowedDifference(c, df))
+                    << c.name << ": " << sf << " -> " << df << " at " << sz[0] << "x" << sz[1];
+            }
+}
+
+INSTANTIATE_TEST_SUITE_P(ColourCases, XSimdAgainstScalar, ::testing::Range(0, kColourCaseCount));
+
+// The larger sizes (single pixel, a 9-pixel-wide column converted serially,
+// a pooled 64x48 frame) for every format pair, the colour case rotating with
+// the pair so that every case meets every size.
+TEST(XSimdAgainstScalarSizes, SerialAndPooledFramesWithinOneCode) {
+    const std::vector<int32_t> formats = hostColourFormats();
+    const int sizes[][2] = {{1, 1}, {9, 1000}, {64, 48}};
+    int pair = 0;
+    for (int32_t sf : formats)
+        for (int32_t df : formats) {
+            ++pair;
+            for (int s = 0; s < 3; ++s) {
+                const ColourCase& c = kColourCases[(pair + s * 5) % kColourCaseCount];
+                const int diff = compareWithScalar(sf, df, c, sizes[s][0], sizes[s][1], sizes[s][0], sizes[s][1],
+                                                   pair % 2 ? 0 : 16, static_cast<uint32_t>(pair * 3 + s));
+                ASSERT_LE(diff, allowedDifference(c, df)) << c.name << ": " << sf << " -> " << df << " at "
+                                                          << sizes[s][0] << "x" << sizes[s][1];
+            }
+        }
+}
+
+// Scaling: colour pass into the intermediate frame, then the block scaler;
+// up and down, odd sizes, tails on both sides of the scaler.
+TEST(XSimdAgainstScalarScaling, UpAndDownWithinOneCode) {
+    struct Geometry {
+        int sw, sh, dw, dh;
+    };
+    const Geometry geometries[] = {{17, 13, 5, 9}, {5, 5, 17, 13}, {64, 48, 33, 20}, {30, 20, 97, 61},
+                                   {64, 48, 64, 13}, {9, 1000, 3, 500}, {101, 11, 10, 10}};
+    const int32_t pairs[][2] = {{103, 102}, {104, 102}, {102, 103}, {107, 120}, {102, 102}, {103, 103},
+                                {126, 126}, {114, 113}, {124, 125}, {116, 105}, {108, 101}, {118, 115}};
+    uint32_t seed = 99;
+    for (const Geometry& g : geometries)
+        for (const auto& p : pairs)
+            for (int caseIndex : {0, 2, 5, 15}) {
+                const ColourCase& c = kColourCases[caseIndex];
+                const int diff = compareWithScalar(p[0], p[1], c, g.sw, g.sh, g.dw, g.dh, 4, seed++);
+                ASSERT_LE(diff, allowedDifference(c, p[1])) << c.name << ": " << p[0] << " -> " << p[1] << " " << g.sw << "x" << g.sh
+                                   << " -> " << g.dw << "x" << g.dh;
+            }
+}
+
+}  // namespace
