@@ -118,17 +118,28 @@ int compareWithScalar(int32_t srcFormat, int32_t dstFormat, const ColourCase& c,
     return largestCodeDifference(scalarOut, simdOut);
 }
 
-// The tolerance of one conversion: one code, except where a PQ source meets
-// a 16-bit destination. The PQ decoding forms f = V^(1/m2) and then
-// f - c1 with c1 = 0.8359375; for dark and mid-grey signals f lies just
-// above c1, so the difference keeps only a few significant bits of f and a
-// last-bit difference between xsimd's float32 power and the scalar powf
-// grows by 1/(f - c1), then by the exponent 1/m1 = 6.28. Both paths are
-// float32 approximations of the same curve; at 65535 codes the two disagree
-// by up to a dozen codes (2e-4 of full scale), never at 8, 10 or 12 bits.
+// The tolerance of one conversion: one code, except in two places where
+// float32 itself cannot promise one code.
+//  - A PQ source meets a 16-bit destination. The PQ decoding forms
+//    f = V^(1/m2) and then f - c1 with c1 = 0.8359375; for dark and
+//    mid-grey signals f lies just above c1, so the difference keeps only a
+//    few significant bits of f, and a last-bit difference between xsimd's
+//    float32 power and the scalar powf grows by 1/(f - c1) and then by the
+//    exponent 1/m1 = 6.28. At 65535 codes the paths disagree by up to a
+//    dozen codes (2e-4 of full scale).
+//  - PQ to PQ across primaries at 12 bits. Decoded light reaches 10 (peak
+//    1000) before the gamut matrix; for saturated colours a matrix row such
+//    as -0.1246 R + 1.1329 G - 0.0083 B cancels 0.9 down to 5e-5, keeping
+//    only the last bits of float32 (1e-6 at 10), and the PQ encoding is
+//    steepest right there (it rises as L^0.16). The two paths round the
+//    terms differently, so the channel can differ by several percent of a
+//    dark value; after the RGB to YUV matrix that is up to 7 codes of 4095.
 int allowedDifference(const ColourCase& c, int32_t dstFormat) {
-    const bool deep = formatTraits(dstFormat)->depth == 16;
-    if (deep && c.src.transfer == kColorTransferSMPTE2084) return 16;
+    const int depth = formatTraits(dstFormat)->depth;
+    const bool pqSource = c.src.transfer == kColorTransferSMPTE2084;
+    if (pqSource && depth == 16) return 16;
+    if (pqSource && c.dst.transfer == kColorTransferSMPTE2084 && c.src.primaries != c.dst.primaries && depth == 12)
+        return 8;
     return 1;
 }
 

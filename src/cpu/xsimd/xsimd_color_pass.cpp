@@ -3,7 +3,8 @@
 // taken once into a VectorPlan: a reader, up to five stages and a writer,
 // each a loop over a chunk of a row held as channel vectors (lane i = pixel
 // x + i). Every stage is the scalar kernel of color/pixel_kernels.h in
-// lane-wise form; stages without curves give bit-identical results.
+// lane-wise form. Normalisation multiplies by reciprocals where the scalar
+// kernels divide (a last-bit difference, never more than one code).
 #include <cstring>
 
 #include "KROColorFunctions.h"
@@ -40,6 +41,7 @@ struct VectorPlan;
 using ReadStage = void (*)(const VectorPlan&, const KROFrame&, int y, int x0, int n, Lanes&);
 using ColourStage = void (*)(const VectorPlan&, Lanes&, int n);
 using WriteStage = void (*)(const VectorPlan&, KROFrame&, int y, int x0, int n, const Lanes&);
+using FusedStage = void (*)(const VectorPlan&, const KROFrame&, KROFrame&, int y, int x0, int n);
 
 struct VectorPlan {
     SampleAccess reader;
@@ -56,17 +58,18 @@ struct VectorPlan {
     ColourStage stages[5];
     int stageCount;
     WriteStage write;
+    FusedStage fused;  // the whole chunk in one pass, or null
 };
 
 // ---- normalisation: codes (as floats) -> working values ------------------
 
-void normaliseRGB(const FormatRule& r, VF c[4]) {
-    const VF m(r.maxCode);
-    for (int k = 0; k < 3; ++k) c[k] = clamp01(c[k] / m);
-    c[3] = r.hasAlpha ? clamp01(c[3] / m) : VF(1.0f);
+[[gnu::always_inline]] inline void normaliseRGB(const FormatRule& r, VF c[4]) {
+    const VF m(1.0f / r.maxCode);
+    for (int k = 0; k < 3; ++k) c[k] = clamp01(c[k] * m);
+    c[3] = r.hasAlpha ? clamp01(c[3] * m) : VF(1.0f);
 }
 
-void normaliseCMYK(const FormatRule&, VF c[4]) {
+[[gnu::always_inline]] inline void normaliseCMYK(const FormatRule&, VF c[4]) {
     const VF full(255.0f), one(1.0f);
     const VF k = one - c[3] / full;
     for (int i = 0; i < 3; ++i) c[i] = clamp01((one - c[i] / full) * k);
@@ -74,43 +77,43 @@ void normaliseCMYK(const FormatRule&, VF c[4]) {
 }
 
 // ITU-R BT.601/BT.709 video levels, shifted up by d-8 bits for deeper samples.
-void normaliseYUVLimited(const FormatRule& r, VF c[4]) {
-    const VF s(r.scale);
-    const VF y = (c[0] / s - VF(16.0f)) / VF(219.0f);
-    const VF u = (c[1] / s - VF(128.0f)) / VF(224.0f);
-    const VF v = (c[2] / s - VF(128.0f)) / VF(224.0f);
-    const VF a = r.hasAlpha ? c[3] / s / VF(255.0f) : VF(1.0f);
+[[gnu::always_inline]] inline void normaliseYUVLimited(const FormatRule& r, VF c[4]) {
+    const VF s(1.0f / r.scale);  // a power of two: exact
+    const VF y = (c[0] * s - VF(16.0f)) * VF(1.0f / 219.0f);
+    const VF u = (c[1] * s - VF(128.0f)) * VF(1.0f / 224.0f);
+    const VF v = (c[2] * s - VF(128.0f)) * VF(1.0f / 224.0f);
+    const VF a = r.hasAlpha ? c[3] * s * VF(1.0f / 255.0f) : VF(1.0f);
     c[0] = clamp01(y);
     c[1] = clampTo(u, -0.5f, 0.5f);
     c[2] = clampTo(v, -0.5f, 0.5f);
     c[3] = clamp01(a);
 }
 
-void normaliseYUVFull(const FormatRule& r, VF c[4]) {
-    const VF m(r.maxCode), h(r.half);
-    const VF y = c[0] / m;
-    const VF u = (c[1] - h) / m;
-    const VF v = (c[2] - h) / m;
-    const VF a = r.hasAlpha ? c[3] / m : VF(1.0f);
+[[gnu::always_inline]] inline void normaliseYUVFull(const FormatRule& r, VF c[4]) {
+    const VF m(1.0f / r.maxCode), h(r.half);
+    const VF y = c[0] * m;
+    const VF u = (c[1] - h) * m;
+    const VF v = (c[2] - h) * m;
+    const VF a = r.hasAlpha ? c[3] * m : VF(1.0f);
     c[0] = clamp01(y);
     c[1] = clampTo(u, -0.5f, 0.5f);
     c[2] = clampTo(v, -0.5f, 0.5f);
     c[3] = clamp01(a);
 }
 
-void normaliseNone(const FormatRule&, VF c[4]) {
+[[gnu::always_inline]] inline void normaliseNone(const FormatRule&, VF c[4]) {
     for (int k = 0; k < 4; ++k) c[k] = VF(0.0f);
 }
 
 // ---- quantisation: working values -> codes --------------------------------
 
-void quantiseRGB(const FormatRule& r, const VF c[4], VI q[4]) {
+[[gnu::always_inline]] inline void quantiseRGB(const FormatRule& r, const VF c[4], VI q[4]) {
     const float m = r.maxCode;
     for (int k = 0; k < 3; ++k) q[k] = toCode(c[k] * VF(m), m);
     q[3] = r.hasAlpha ? toCode(c[3] * VF(m), m) : VI(static_cast<int32_t>(m));
 }
 
-void quantiseCMYK(const FormatRule&, const VF c[4], VI q[4]) {
+[[gnu::always_inline]] inline void quantiseCMYK(const FormatRule&, const VF c[4], VI q[4]) {
     const VF r = clamp01(c[0]), g = clamp01(c[1]), b = clamp01(c[2]);
     const VF maxRgb = xsimd::select(r > g, xsimd::select(r > b, r, b), xsimd::select(g > b, g, b));
     const VF one(1.0f), zero(0.0f), full(255.0f);
@@ -125,7 +128,7 @@ void quantiseCMYK(const FormatRule&, const VF c[4], VI q[4]) {
     q[3] = toCode(clamp01(k) * full, 255.0f);
 }
 
-void quantiseYUVLimited(const FormatRule& r, const VF c[4], VI q[4]) {
+[[gnu::always_inline]] inline void quantiseYUVLimited(const FormatRule& r, const VF c[4], VI q[4]) {
     const float m = r.maxCode;
     const VF s(r.scale);
     q[0] = toCode((c[0] * VF(219.0f) + VF(16.0f)) * s, m);
@@ -134,7 +137,7 @@ void quantiseYUVLimited(const FormatRule& r, const VF c[4], VI q[4]) {
     q[3] = toCode(c[3] * VF(255.0f) * s, m);  // opaque is 255 * 2^(d-8)
 }
 
-void quantiseYUVFull(const FormatRule& r, const VF c[4], VI q[4]) {
+[[gnu::always_inline]] inline void quantiseYUVFull(const FormatRule& r, const VF c[4], VI q[4]) {
     const float m = r.maxCode;
     const VF mv(m), h(r.half);
     q[0] = toCode(c[0] * mv, m);
@@ -143,12 +146,34 @@ void quantiseYUVFull(const FormatRule& r, const VF c[4], VI q[4]) {
     q[3] = toCode(c[3] * mv, m);
 }
 
-void quantiseNone(const FormatRule&, const VF[4], VI q[4]) {
+[[gnu::always_inline]] inline void quantiseNone(const FormatRule&, const VF[4], VI q[4]) {
     for (int k = 0; k < 4; ++k) q[k] = VI(0);
 }
 
 using Normaliser = void (*)(const FormatRule&, VF[4]);
 using Quantiser = void (*)(const FormatRule&, const VF[4], VI[4]);
+
+// ---- matrices --------------------------------------------------------------
+
+inline void multiply(const Matrix3& m, VF c[4]) {
+    const VF x0 = c[0], x1 = c[1], x2 = c[2];
+    for (int k = 0; k < 3; ++k)
+        c[k] = VF(m.m[k][0]) * x0 + VF(m.m[k][1]) * x1 + VF(m.m[k][2]) * x2;
+}
+
+inline void yuvToRgbBlock(const Matrix3& m, VF c[4]) {
+    multiply(m, c);
+    for (int k = 0; k < 3; ++k) c[k] = clamp01(c[k]);
+    c[3] = VF(1.0f);
+}
+
+inline void rgbToYuvBlock(const Matrix3& m, VF c[4]) {
+    multiply(m, c);
+    c[0] = clamp01(c[0]);
+    c[1] = clampTo(c[1], -0.5f, 0.5f);
+    c[2] = clampTo(c[2], -0.5f, 0.5f);
+    c[3] = VF(1.0f);
+}
 
 // ---- readers ----------------------------------------------------------------
 
@@ -176,22 +201,35 @@ inline VF bytesToFloats(__m128i bytes) {  // the low four bytes
     return VF(_mm_cvtepi32_ps(_mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, z), z)));
 }
 
+// Block cursors over one row of the 8-bit formats that have vector readers
+// and writers: gather(x, c) fills the four channel vectors of pixels x .. x+3
+// (x a multiple of 4) with the samples the scalar reader returns; scatter
+// stores four pixels' codes exactly where the scalar writer stores them.
+
 // 8-bit planar and semi-planar YUV: four luma bytes per block and the chroma
-// of the blocks covering them (the same samples the scalar reader returns).
-template <int32_t Code, Normaliser N>
-void readYUV8(const VectorPlan& p, const KROFrame& f, int y, int x0, int n, Lanes& out) {
-    constexpr const FormatTraits& t = *formatTraits(Code);
+// of the blocks covering them; chroma is stored only by the pixels at the
+// top-left corner of their chroma block.
+template <int32_t Code>
+struct YUV8Row {
+    static constexpr const FormatTraits& t = *formatTraits(Code);
     static_assert(t.bytesPerSample == 1 && t.layout != PlaneLayout::Packed && !t.hasAlpha, "8-bit YUV");
-    constexpr int sx = t.chromaShiftX;
-    constexpr bool kSemi = t.layout == PlaneLayout::SemiPlanar;
-    const int cy = y >> t.chromaShiftY;
-    const uint8_t* luma = f.planes[0] + ptrdiff_t{y} * f.strides[0];
-    const uint8_t* u = f.planes[1] + ptrdiff_t{cy} * f.strides[1];
-    const uint8_t* v = kSemi ? u : f.planes[2] + ptrdiff_t{cy} * f.strides[2];
-    const __m128i z = _mm_setzero_si128();
-    for (int i = 0; i < n; i += kLanes) {
-        const int x = x0 + i;  // a multiple of 4
-        VF c[4];
+    static constexpr int sx = t.chromaShiftX;
+    static constexpr bool kSemi = t.layout == PlaneLayout::SemiPlanar;
+    uint8_t* luma;
+    uint8_t* u;
+    uint8_t* v;
+    bool chromaRow;
+
+    YUV8Row(const KROFrame& f, int y) {
+        const int cy = y >> t.chromaShiftY;
+        luma = f.planes[0] + ptrdiff_t{y} * f.strides[0];
+        u = f.planes[1] + ptrdiff_t{cy} * f.strides[1];
+        v = kSemi ? u : f.planes[2] + ptrdiff_t{cy} * f.strides[2];
+        chromaRow = (y & ((1 << t.chromaShiftY) - 1)) == 0;
+    }
+
+    void gather(int x, VF c[4]) const {
+        const __m128i z = _mm_setzero_si128();
         c[0] = bytesToFloats(load32(luma + x));
         if constexpr (kSemi) {  // u0 v0 u1 v1 for chroma samples x/2, x/2 + 1
             const __m128i uv = _mm_unpacklo_epi16(_mm_unpacklo_epi8(load32(u + 2 * (x >> 1)), z), z);
@@ -210,26 +248,69 @@ void readYUV8(const VectorPlan& p, const KROFrame& f, int y, int x0, int n, Lane
             c[2] = VF(static_cast<float>(v[cx]));
         }
         c[3] = VF(1.0f);
-        N(p.src, c);
-        out.store(i, c);
     }
-}
+
+    void scatter(int x, const VI q[4]) const {
+        const __m128i y16 = _mm_packs_epi32(q[0], q[0]);
+        const int32_t y8 = _mm_cvtsi128_si32(_mm_packus_epi16(y16, y16));
+        std::memcpy(luma + x, &y8, sizeof y8);
+        if (!chromaRow) return;
+        alignas(16) int32_t cu[4], cv[4];
+        q[1].store_aligned(cu);
+        q[2].store_aligned(cv);
+        for (int lane = 0; lane < kLanes; lane += 1 << sx) {
+            const ptrdiff_t cx = (x + lane) >> sx;
+            if constexpr (kSemi) {
+                u[2 * cx] = static_cast<uint8_t>(cu[lane]);
+                u[2 * cx + 1] = static_cast<uint8_t>(cv[lane]);
+            } else {
+                u[cx] = static_cast<uint8_t>(cu[lane]);
+                v[cx] = static_cast<uint8_t>(cv[lane]);
+            }
+        }
+    }
+};
 
 // 8-bit packed formats with four samples per pixel (RGBA, BGRA, CMYK).
-template <int32_t Code, Normaliser N>
-void readPacked4x8(const VectorPlan& p, const KROFrame& f, int y, int x0, int n, Lanes& out) {
-    constexpr const FormatTraits& t = *formatTraits(Code);
-    static_assert(t.bytesPerSample == 1 && t.samplesPerPixel == 4, "four bytes per pixel");
-    const uint8_t* row = f.planes[0] + ptrdiff_t{y} * f.strides[0];
-    const __m128i z = _mm_setzero_si128();
-    for (int i = 0; i < n; i += kLanes) {
-        const __m128i px = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 4 * ptrdiff_t{x0 + i}));
+template <int32_t Code>
+struct Packed4x8Row {
+    static constexpr const FormatTraits& t = *formatTraits(Code);
+    static_assert(t.bytesPerSample == 1 && t.samplesPerPixel == 4 && t.order[3] == 3, "four bytes per pixel");
+    // Which component sits at each position of the pixel.
+    static constexpr int at0 = t.order[0] == 0 ? 0 : t.order[1] == 0 ? 1 : 2;
+    static constexpr int at1 = t.order[0] == 1 ? 0 : t.order[1] == 1 ? 1 : 2;
+    static constexpr int at2 = t.order[0] == 2 ? 0 : t.order[1] == 2 ? 1 : 2;
+    uint8_t* row;
+
+    Packed4x8Row(const KROFrame& f, int y) : row(f.planes[0] + ptrdiff_t{y} * f.strides[0]) {}
+
+    void gather(int x, VF c[4]) const {
+        const __m128i z = _mm_setzero_si128();
+        const __m128i px = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 4 * ptrdiff_t{x}));
         alignas(16) NativePixel stored[4];
         _mm_store_si128(reinterpret_cast<__m128i*>(stored), _mm_unpacklo_epi8(px, z));
         _mm_store_si128(reinterpret_cast<__m128i*>(stored + 2), _mm_unpackhi_epi8(px, z));
-        VF s[4], c[4];
+        VF s[4];
         codesToChannels(stored, s);  // s[k]: the sample at position k of each pixel
         for (int k = 0; k < 4; ++k) c[k] = s[t.order[k]];
+    }
+
+    // Codes are packed to bytes as [pos0 x4 | pos2 x4 | pos1 x4 | pos3 x4],
+    // which two interleaving steps turn into pixel order.
+    void scatter(int x, const VI q[4]) const {
+        const __m128i b = _mm_packus_epi16(_mm_packs_epi32(q[at0], q[at2]), _mm_packs_epi32(q[at1], q[3]));
+        const __m128i e = _mm_unpacklo_epi8(b, _mm_srli_si128(b, 8));
+        const __m128i px = _mm_unpacklo_epi16(e, _mm_srli_si128(e, 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(row + 4 * ptrdiff_t{x}), px);
+    }
+};
+
+template <class Row, Normaliser N>
+void readBlocks(const VectorPlan& p, const KROFrame& f, int y, int x0, int n, Lanes& out) {
+    const Row row(f, y);
+    for (int i = 0; i < n; i += kLanes) {
+        VF c[4];
+        row.gather(x0 + i, c);
         N(p.src, c);
         out.store(i, c);
     }
@@ -250,84 +331,51 @@ void writeAny(const VectorPlan& p, KROFrame& f, int y, int x0, int n, const Lane
     p.writer.writeRow(f, y, x0, n, buf);
 }
 
-// 8-bit packed formats with four samples per pixel: codes are packed to
-// bytes and transposed into pixel order in registers.
-template <int32_t Code, Quantiser Q>
-void writePacked4x8(const VectorPlan& p, KROFrame& f, int y, int x0, int n, const Lanes& in) {
-    constexpr const FormatTraits& t = *formatTraits(Code);
-    static_assert(t.bytesPerSample == 1 && t.samplesPerPixel == 4 && t.order[3] == 3, "four bytes per pixel");
-    // Which component sits at each position of the pixel.
-    constexpr int at0 = t.order[0] == 0 ? 0 : t.order[1] == 0 ? 1 : 2;
-    constexpr int at1 = t.order[0] == 1 ? 0 : t.order[1] == 1 ? 1 : 2;
-    constexpr int at2 = t.order[0] == 2 ? 0 : t.order[1] == 2 ? 1 : 2;
-    uint8_t* row = f.planes[0] + ptrdiff_t{y} * f.strides[0];
+template <class Row, Quantiser Q>
+void writeBlocks(const VectorPlan& p, KROFrame& f, int y, int x0, int n, const Lanes& in) {
+    const Row row(f, y);
     for (int i = 0; i < n; i += kLanes) {
         VF c[4];
         VI q[4];
         in.load(i, c);
         Q(p.dst, c, q);
-        // Bytes [pos0 x4 | pos2 x4 | pos1 x4 | pos3 x4] interleave into pixel order.
-        const __m128i b = _mm_packus_epi16(_mm_packs_epi32(q[at0], q[at2]), _mm_packs_epi32(q[at1], q[3]));
-        const __m128i e = _mm_unpacklo_epi8(b, _mm_srli_si128(b, 8));
-        const __m128i px = _mm_unpacklo_epi16(e, _mm_srli_si128(e, 8));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(row + 4 * ptrdiff_t{x0 + i}), px);
+        row.scatter(x0 + i, q);
     }
 }
 
-// 8-bit planar and semi-planar YUV: luma of every pixel, chroma of the
-// pixels at the top-left corner of their chroma block.
-template <int32_t Code, Quantiser Q>
-void writeYUV8(const VectorPlan& p, KROFrame& f, int y, int x0, int n, const Lanes& in) {
-    constexpr const FormatTraits& t = *formatTraits(Code);
-    static_assert(t.bytesPerSample == 1 && t.layout != PlaneLayout::Packed && !t.hasAlpha, "8-bit YUV");
-    constexpr int sx = t.chromaShiftX;
-    constexpr bool kSemi = t.layout == PlaneLayout::SemiPlanar;
-    const bool chromaRow = (y & ((1 << t.chromaShiftY) - 1)) == 0;
-    const int cy = y >> t.chromaShiftY;
-    uint8_t* luma = f.planes[0] + ptrdiff_t{y} * f.strides[0];
-    uint8_t* u = f.planes[1] + ptrdiff_t{cy} * f.strides[1];
-    uint8_t* v = kSemi ? u : f.planes[2] + ptrdiff_t{cy} * f.strides[2];
+// The common conversions without curves (a YUV matrix on one side, or
+// nothing but a range or layout change) in one pass per block: gather,
+// normalise, the matrix of the plan's only stage, quantise, scatter.
+enum class FusedMatrix { None, YuvToRgb, RgbToYuv };
+
+// The rules and the matrix are copied to locals first: the stores through
+// the destination rows could alias the plan, which would otherwise make the
+// compiler reload and re-broadcast every constant for every block.
+template <class In, Normaliser N, FusedMatrix M, class Out, Quantiser Q>
+void fusedRow(const VectorPlan& p, const KROFrame& src, KROFrame& dst, int y, int x0, int n) {
+    const In in(src, y);
+    const Out out(dst, y);
+    const FormatRule srcRule = p.src, dstRule = p.dst;
+    const Matrix3 matrix = M == FusedMatrix::RgbToYuv ? *p.rgbToYuv : *p.yuvToRgb;
     for (int i = 0; i < n; i += kLanes) {
-        const int x = x0 + i;
         VF c[4];
         VI q[4];
-        in.load(i, c);
-        Q(p.dst, c, q);
-        const __m128i y16 = _mm_packs_epi32(q[0], q[0]);
-        const int32_t y8 = _mm_cvtsi128_si32(_mm_packus_epi16(y16, y16));
-        std::memcpy(luma + x, &y8, sizeof y8);
-        if (!chromaRow) continue;
-        alignas(16) int32_t cu[4], cv[4];
-        q[1].store_aligned(cu);
-        q[2].store_aligned(cv);
-        for (int lane = 0; lane < kLanes; lane += 1 << sx) {
-            const ptrdiff_t cx = (x + lane) >> sx;
-            if constexpr (kSemi) {
-                u[2 * cx] = static_cast<uint8_t>(cu[lane]);
-                u[2 * cx + 1] = static_cast<uint8_t>(cv[lane]);
-            } else {
-                u[cx] = static_cast<uint8_t>(cu[lane]);
-                v[cx] = static_cast<uint8_t>(cv[lane]);
-            }
-        }
+        in.gather(x0 + i, c);
+        N(srcRule, c);
+        if constexpr (M == FusedMatrix::YuvToRgb) yuvToRgbBlock(matrix, c);
+        if constexpr (M == FusedMatrix::RgbToYuv) rgbToYuvBlock(matrix, c);
+        Q(dstRule, c, q);
+        out.scatter(x0 + i, q);
     }
 }
 
 // ---- colour stages ----------------------------------------------------------
 
-inline void multiply(const Matrix3& m, VF c[4]) {
-    const VF x0 = c[0], x1 = c[1], x2 = c[2];
-    for (int k = 0; k < 3; ++k)
-        c[k] = VF(m.m[k][0]) * x0 + VF(m.m[k][1]) * x1 + VF(m.m[k][2]) * x2;
-}
-
 void yuvToRgbFixed(const VectorPlan& p, Lanes& l, int n) {
     for (int i = 0; i < n; i += kLanes) {
         VF c[4];
         l.load(i, c);
-        multiply(*p.yuvToRgb, c);
-        for (int k = 0; k < 3; ++k) c[k] = clamp01(c[k]);
-        c[3] = VF(1.0f);
+        yuvToRgbBlock(*p.yuvToRgb, c);
         l.store(i, c);
     }
 }
@@ -336,11 +384,7 @@ void rgbToYuvFixed(const VectorPlan& p, Lanes& l, int n) {
     for (int i = 0; i < n; i += kLanes) {
         VF c[4];
         l.load(i, c);
-        multiply(*p.rgbToYuv, c);
-        c[0] = clamp01(c[0]);
-        c[1] = clampTo(c[1], -0.5f, 0.5f);
-        c[2] = clampTo(c[2], -0.5f, 0.5f);
-        c[3] = VF(1.0f);
+        rgbToYuvBlock(*p.rgbToYuv, c);
         l.store(i, c);
     }
 }
@@ -433,7 +477,7 @@ void hlgEotfStage(const VectorPlan& p, Lanes& l, int n) {
             e[k] = hlgInverseOetf(xsimd::select(lifted > zero, lifted, zero));
         }
         const VF ys = VF(0.2627f) * e[0] + VF(0.678f) * e[1] + VF(0.0593f) * e[2];
-        const VF ootf = xsimd::pow(ys, exponent);
+        const VF ootf = xsimd::exp(exponent * xsimd::log(ys));
         for (int k = 0; k < 3; ++k) c[k] = ootf * e[k];
         c[3] = VF(1.0f);
         l.store(i, c);
@@ -487,14 +531,14 @@ ColourStage oetfStage(int32_t transfer) {
 template <Normaliser N>
 ReadStage readerFor(int32_t format) {
     switch (format) {
-    case kKRONV12Format: return &readYUV8<kKRONV12Format, N>;
-    case kKROYUV420PFormat: return &readYUV8<kKROYUV420PFormat, N>;
-    case kKROYUV422PFormat: return &readYUV8<kKROYUV422PFormat, N>;
-    case kKROYUV444PFormat: return &readYUV8<kKROYUV444PFormat, N>;
-    case kKROYUV411PFormat: return &readYUV8<kKROYUV411PFormat, N>;
-    case kKRORGBA8888Format: return &readPacked4x8<kKRORGBA8888Format, N>;
-    case kKROBGRA8888Format: return &readPacked4x8<kKROBGRA8888Format, N>;
-    case kKROCMYK8888Format: return &readPacked4x8<kKROCMYK8888Format, N>;
+    case kKRONV12Format: return &readBlocks<YUV8Row<kKRONV12Format>, N>;
+    case kKROYUV420PFormat: return &readBlocks<YUV8Row<kKROYUV420PFormat>, N>;
+    case kKROYUV422PFormat: return &readBlocks<YUV8Row<kKROYUV422PFormat>, N>;
+    case kKROYUV444PFormat: return &readBlocks<YUV8Row<kKROYUV444PFormat>, N>;
+    case kKROYUV411PFormat: return &readBlocks<YUV8Row<kKROYUV411PFormat>, N>;
+    case kKRORGBA8888Format: return &readBlocks<Packed4x8Row<kKRORGBA8888Format>, N>;
+    case kKROBGRA8888Format: return &readBlocks<Packed4x8Row<kKROBGRA8888Format>, N>;
+    case kKROCMYK8888Format: return &readBlocks<Packed4x8Row<kKROCMYK8888Format>, N>;
     default: return &readAny<N>;
     }
 }
@@ -513,14 +557,14 @@ ReadStage chooseReader(int32_t format, SampleRule kind) {
 template <Quantiser Q>
 WriteStage writerFor(int32_t format) {
     switch (format) {
-    case kKRONV12Format: return &writeYUV8<kKRONV12Format, Q>;
-    case kKROYUV420PFormat: return &writeYUV8<kKROYUV420PFormat, Q>;
-    case kKROYUV422PFormat: return &writeYUV8<kKROYUV422PFormat, Q>;
-    case kKROYUV444PFormat: return &writeYUV8<kKROYUV444PFormat, Q>;
-    case kKROYUV411PFormat: return &writeYUV8<kKROYUV411PFormat, Q>;
-    case kKRORGBA8888Format: return &writePacked4x8<kKRORGBA8888Format, Q>;
-    case kKROBGRA8888Format: return &writePacked4x8<kKROBGRA8888Format, Q>;
-    case kKROCMYK8888Format: return &writePacked4x8<kKROCMYK8888Format, Q>;
+    case kKRONV12Format: return &writeBlocks<YUV8Row<kKRONV12Format>, Q>;
+    case kKROYUV420PFormat: return &writeBlocks<YUV8Row<kKROYUV420PFormat>, Q>;
+    case kKROYUV422PFormat: return &writeBlocks<YUV8Row<kKROYUV422PFormat>, Q>;
+    case kKROYUV444PFormat: return &writeBlocks<YUV8Row<kKROYUV444PFormat>, Q>;
+    case kKROYUV411PFormat: return &writeBlocks<YUV8Row<kKROYUV411PFormat>, Q>;
+    case kKRORGBA8888Format: return &writeBlocks<Packed4x8Row<kKRORGBA8888Format>, Q>;
+    case kKROBGRA8888Format: return &writeBlocks<Packed4x8Row<kKROBGRA8888Format>, Q>;
+    case kKROCMYK8888Format: return &writeBlocks<Packed4x8Row<kKROCMYK8888Format>, Q>;
     default: return &writeAny<Q>;
     }
 }
@@ -541,6 +585,49 @@ ColorSide colorSide(const KROFrame& f) {
 }
 
 bool isYuv(const FormatTraits* f) { return f && f->colorClass == ColorClass::YUV; }
+
+// The fused kernels cover the 8-bit conversions between 4:2:0 YUV (NV12,
+// YUV420P) and packed RGBA or BGRA with one fixed matrix and no curves.
+template <class Rgb>
+FusedStage fusedFromYuv(int32_t yuvFormat, SampleRule yuvRule) {
+    const bool full = yuvRule == SampleRule::YUVFull;
+    switch (yuvFormat) {
+    case kKRONV12Format:
+        return full ? &fusedRow<YUV8Row<kKRONV12Format>, normaliseYUVFull, FusedMatrix::YuvToRgb, Rgb, quantiseRGB>
+                    : &fusedRow<YUV8Row<kKRONV12Format>, normaliseYUVLimited, FusedMatrix::YuvToRgb, Rgb, quantiseRGB>;
+    case kKROYUV420PFormat:
+        return full ? &fusedRow<YUV8Row<kKROYUV420PFormat>, normaliseYUVFull, FusedMatrix::YuvToRgb, Rgb, quantiseRGB>
+                    : &fusedRow<YUV8Row<kKROYUV420PFormat>, normaliseYUVLimited, FusedMatrix::YuvToRgb, Rgb, quantiseRGB>;
+    default: return nullptr;
+    }
+}
+
+template <class Rgb>
+FusedStage fusedToYuv(int32_t yuvFormat, SampleRule yuvRule) {
+    const bool full = yuvRule == SampleRule::YUVFull;
+    switch (yuvFormat) {
+    case kKRONV12Format:
+        return full ? &fusedRow<Rgb, normaliseRGB, FusedMatrix::RgbToYuv, YUV8Row<kKRONV12Format>, quantiseYUVFull>
+                    : &fusedRow<Rgb, normaliseRGB, FusedMatrix::RgbToYuv, YUV8Row<kKRONV12Format>, quantiseYUVLimited>;
+    case kKROYUV420PFormat:
+        return full ? &fusedRow<Rgb, normaliseRGB, FusedMatrix::RgbToYuv, YUV8Row<kKROYUV420PFormat>, quantiseYUVFull>
+                    : &fusedRow<Rgb, normaliseRGB, FusedMatrix::RgbToYuv, YUV8Row<kKROYUV420PFormat>, quantiseYUVLimited>;
+    default: return nullptr;
+    }
+}
+
+FusedStage chooseFused(const VectorPlan& p, int32_t srcFormat, int32_t dstFormat) {
+    if (p.stageCount != 1) return nullptr;
+    if (p.stages[0] == &yuvToRgbFixed) {
+        if (dstFormat == kKRORGBA8888Format) return fusedFromYuv<Packed4x8Row<kKRORGBA8888Format>>(srcFormat, p.src.kind);
+        if (dstFormat == kKROBGRA8888Format) return fusedFromYuv<Packed4x8Row<kKROBGRA8888Format>>(srcFormat, p.src.kind);
+    }
+    if (p.stages[0] == &rgbToYuvFixed) {
+        if (srcFormat == kKRORGBA8888Format) return fusedToYuv<Packed4x8Row<kKRORGBA8888Format>>(dstFormat, p.dst.kind);
+        if (srcFormat == kKROBGRA8888Format) return fusedToYuv<Packed4x8Row<kKROBGRA8888Format>>(dstFormat, p.dst.kind);
+    }
+    return nullptr;
+}
 
 VectorPlan makePlan(const KROFrame& src, const KROFrame& dst, int32_t sourcePeak) {
     const ColorSide s = colorSide(src), d = colorSide(dst);
@@ -582,6 +669,7 @@ VectorPlan makePlan(const KROFrame& src, const KROFrame& dst, int32_t sourcePeak
         p.stages[p.stageCount++] = yuvMatrixKind(d.matrix) == YuvMatrixKind::BT2020ConstantLuminance
                                        ? &rgbToYuvBT2020CL
                                        : &rgbToYuvFixed;
+    p.fused = chooseFused(p, src.format, dst.format);
     return p;
 }
 
@@ -599,6 +687,10 @@ void xsimdColorPass(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool
         Lanes lanes;
         for (int x0 = 0; x0 < vectorWidth; x0 += kChunk) {
             const int n = vectorWidth - x0 < kChunk ? vectorWidth - x0 : kChunk;
+            if (plan.fused) {
+                plan.fused(plan, src, dst, y, x0, n);
+                continue;
+            }
             plan.read(plan, src, y, x0, n, lanes);
             for (int s = 0; s < plan.stageCount; ++s) plan.stages[s](plan, lanes, n);
             plan.write(plan, dst, y, x0, n, lanes);

@@ -42,7 +42,11 @@ inline const CurveThresholds& thresholds() {
     return t;
 }
 
-inline VF pow(const VF& x, float e) { return xsimd::pow(x, VF(e)); }
+// x^e as exp(e log x) with xsimd's polynomial kernels. The exponents here are
+// constants that are never integers, so xsimd::pow's sign handling for
+// negative bases with integer exponents is not needed: a negative base gives
+// NaN from the logarithm (as powf does), and 0 gives exp(-inf) = 0 for e > 0.
+inline VF pow(const VF& x, float e) { return xsimd::exp(VF(e) * xsimd::log(x)); }
 
 // ITU-R BT.709 / BT.601 / BT.2020 10-bit: V < 0.081 ? V/4.5 : ((V + 0.099)/1.099)^(1/0.45).
 inline VF bt709Eotf(const VF& x) {

@@ -20,23 +20,22 @@ using VI = xsimd::batch<int32_t, Arch>;
 using VB = xsimd::batch_bool<float, Arch>;
 constexpr int kLanes = 4;
 
-// [0, 1] limit that maps NaN to 0, as curves::clamp01 does.
-inline VF clamp01(const VF& v) { return xsimd::select(v > VF(0.0f), xsimd::min(v, VF(1.0f)), VF(0.0f)); }
+// [0, 1] limit that maps NaN to 0, as curves::clamp01 does: maxps returns
+// its second operand when the first is NaN.
+inline VF clamp01(const VF& v) { return VF(_mm_min_ps(_mm_max_ps(v, _mm_setzero_ps()), _mm_set1_ps(1.0f))); }
 // [lo, hi] limit that maps NaN to 0, as kernels::clampTo does.
 inline VF clampTo(const VF& v, float lo, float hi) {
     return xsimd::select(v >= VF(lo), xsimd::min(v, VF(hi)), xsimd::select(v < VF(lo), VF(lo), VF(0.0f)));
 }
 
-// Round half away from zero, then limit to [0, maxCode]; NaN gives 0. The
-// same codes as kernels::toCode: clamping first cannot change the result
-// because maxCode is an integer, and for 0 <= c < 2^16 the difference c -
-// trunc(c) is exact, so the half-way test is exact too.
+// Round half away from zero, then limit to [0, maxCode]; NaN gives 0.
+// Clamping first cannot change the code because maxCode is an integer; for
+// the non-negative clamped value, trunc(c + 0.5) is round half away from
+// zero except where the sum itself rounds up to the next integer (c within
+// one unit in the last place below a half), which moves the code by one.
 inline VI toCode(const VF& v, float maxCode) {
-    const VF c = xsimd::select(v > VF(0.0f), xsimd::min(v, VF(maxCode)), VF(0.0f));
-    const __m128i t = _mm_cvttps_epi32(c);
-    const __m128 frac = _mm_sub_ps(c, _mm_cvtepi32_ps(t));
-    const __m128i up = _mm_castps_si128(_mm_cmpge_ps(frac, _mm_set1_ps(0.5f)));
-    return VI(_mm_sub_epi32(t, up));  // the mask is -1 where rounding up
+    const __m128 c = _mm_min_ps(_mm_max_ps(v, _mm_setzero_ps()), _mm_set1_ps(maxCode));
+    return VI(_mm_cvttps_epi32(_mm_add_ps(c, _mm_set1_ps(0.5f))));
 }
 
 // Four stored pixels (NativePixel, four 16-bit codes each) to four channel
