@@ -8,6 +8,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -311,10 +312,33 @@ struct Frames {
           smallPlanesPeer = planes8(1280, 720, 4);
     Image copyOut = rgba(kW, kH);
 
+    // Smooth test pictures (ramps and slow waves with a little texture):
+    // differences between filters and matrices then mean what they say,
+    // where noise would turn every chroma filter into a large difference.
+    static uint8_t wave(int x, int y, int phase, int lo, int hi) {
+        const double v = 0.5 + 0.35 * std::sin((x + 3 * phase) * 0.011 + y * 0.004 * (phase + 1)) +
+                         0.15 * std::cos((x * 0.7 - y) * 0.05 + phase);
+        return uint8_t(lo + (hi - lo) * std::min(1.0, std::max(0.0, v)));
+    }
     Frames() {
-        nv12In.fillRandom(1);
-        rgbaIn.fillRandom(3);
-        pqIn.fillRandom(4);
+        for (int y = 0; y < kH; ++y)
+            for (int x = 0; x < kW; ++x) {
+                nv12In.data[0][size_t(y) * kW + x] = wave(x, y, 0, 16, 235);
+                for (int c = 0; c < 4; ++c) rgbaIn.data[0][(size_t(y) * kW + x) * 4 + c] = c == 3 ? 255 : wave(x, y, c + 1, 0, 255);
+                const int pq = 64 + (wave(x, y, 5, 0, 255) * (940 - 64)) / 255;  // limited-range 10-bit luma
+                pqIn.data[0][(size_t(y) * kW + x) * 2] = uint8_t(pq & 0xFF);
+                pqIn.data[0][(size_t(y) * kW + x) * 2 + 1] = uint8_t(pq >> 8);
+            }
+        for (int y = 0; y < kH / 2; ++y)
+            for (int x = 0; x < kW / 2; ++x) {
+                nv12In.data[1][size_t(y) * kW + 2 * x] = wave(2 * x, 2 * y, 2, 16, 240);
+                nv12In.data[1][size_t(y) * kW + 2 * x + 1] = wave(2 * x, 2 * y, 3, 16, 240);
+                for (int c = 1; c < 3; ++c) {
+                    const int v = 64 + (wave(2 * x, 2 * y, 5 + c, 0, 255) * (960 - 64)) / 255;
+                    pqIn.data[c][(size_t(y) * kW / 2 + x) * 2] = uint8_t(v & 0xFF);
+                    pqIn.data[c][(size_t(y) * kW / 2 + x) * 2 + 1] = uint8_t(v >> 8);
+                }
+            }
         // The 4:2:0 planar input carries the same samples as the NV12 one.
         yuvIn.data[0] = nv12In.data[0];
         for (size_t i = 0; i < yuvIn.data[1].size(); ++i) {
@@ -322,8 +346,6 @@ struct Frames {
             yuvIn.data[2][i] = nv12In.data[1][2 * i + 1];
         }
         yuvIn.refresh();
-        for (auto& d : pqIn.data)  // 10-bit samples in 16-bit words
-            for (size_t i = 1; i < d.size(); i += 2) d[i] &= 0x03;
         for (size_t i = 0; i < size_t(kW) * kH; ++i)
             for (int c = 0; c < 4; ++c) rgbaPlanar.data[c][i] = rgbaIn.data[0][4 * i + c];
     }
