@@ -63,6 +63,12 @@ struct VectorPlan {
 
 // ---- normalisation: codes (as floats) -> working values ------------------
 
+// Values formed from stored codes are never NaN, so a plain min/max limit
+// gives what the NaN-aware clamp gives.
+[[gnu::always_inline]] inline VF clampFinite(const VF& v, float lo, float hi) {
+    return VF(_mm_max_ps(_mm_min_ps(v, _mm_set1_ps(hi)), _mm_set1_ps(lo)));
+}
+
 [[gnu::always_inline]] inline void normaliseRGB(const FormatRule& r, VF c[4]) {
     const VF m(1.0f / r.maxCode);
     for (int k = 0; k < 3; ++k) c[k] = clamp01(c[k] * m);
@@ -84,8 +90,8 @@ struct VectorPlan {
     const VF v = (c[2] * s - VF(128.0f)) * VF(1.0f / 224.0f);
     const VF a = r.hasAlpha ? c[3] * s * VF(1.0f / 255.0f) : VF(1.0f);
     c[0] = clamp01(y);
-    c[1] = clampTo(u, -0.5f, 0.5f);
-    c[2] = clampTo(v, -0.5f, 0.5f);
+    c[1] = clampFinite(u, -0.5f, 0.5f);
+    c[2] = clampFinite(v, -0.5f, 0.5f);
     c[3] = clamp01(a);
 }
 
@@ -96,8 +102,8 @@ struct VectorPlan {
     const VF v = (c[2] - h) * m;
     const VF a = r.hasAlpha ? c[3] * m : VF(1.0f);
     c[0] = clamp01(y);
-    c[1] = clampTo(u, -0.5f, 0.5f);
-    c[2] = clampTo(v, -0.5f, 0.5f);
+    c[1] = clampFinite(u, -0.5f, 0.5f);
+    c[2] = clampFinite(v, -0.5f, 0.5f);
     c[3] = clamp01(a);
 }
 
