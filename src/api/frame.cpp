@@ -92,6 +92,14 @@ int64_t planeRows(const FormatTraits& t, int plane, int64_t height) {
     return (height + (int64_t{1} << t.chromaShiftY) - 1) >> t.chromaShiftY;
 }
 
+bool hostPlanesPresent(const KROFrame& frame) {
+    const FormatTraits* t = formatTraits(frame.format);
+    const int planes = t ? planeCount(*t) : 0;
+    for (int p = 0; p < planes; ++p)
+        if (!frame.planes[p]) return false;
+    return true;
+}
+
 bool hostRowsFit(int32_t format, int64_t width) {
     const FormatTraits* t = formatTraits(format);
     if (!isCpuAddressable(t)) return true;

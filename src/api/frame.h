@@ -56,6 +56,10 @@ namespace KROCOLOR {
 // the plane's row. Other families pass unchecked (their entries are handles).
 KROReturn validateHostFrame(const KROFrame& frame);
 
+// True when every plane a host format stores has a non-null pointer (other
+// families: false).
+bool hostPlanesPresent(const KROFrame& frame);
+
 // True when every plane row of a host format at `width` fits a 32-bit byte
 // stride (always true for other families).
 bool hostRowsFit(int32_t format, int64_t width);

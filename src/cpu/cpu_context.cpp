@@ -34,16 +34,15 @@ bool sameDescriptionOf(const KROFrame& a, const KROFrame& b) {
            a.transfer == b.transfer && a.matrix == b.matrix;
 }
 
-// The copy short-cut applies when the strides the format uses match.
-bool sameStrides(const KROFrame& a, const KROFrame& b) {
+}  // namespace
+
+bool sameCopyStrides(const KROFrame& a, const KROFrame& b) {
     const FormatTraits* t = formatTraits(a.format);
-    const int used = (t && t->layout == PlaneLayout::Planar && t->hasAlpha) ? 4 : 3;
-    for (int p = 0; p < used; ++p)
+    const int planes = t ? planeCount(*t) : 0;
+    for (int p = 0; p < (planes > 3 ? planes : 3); ++p)
         if (a.strides[p] != b.strides[p]) return false;
     return true;
 }
-
-}  // namespace
 
 int32_t parseLuminance(const char* text) {
     errno = 0;
@@ -111,7 +110,7 @@ KROReturn CPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
         readSourcePeak();
 
         if (sameSize(*src, *dst)) {
-            if (sameStrides(*src, *dst) && sameDescriptionOf(*src, *dst)) {
+            if (sameCopyStrides(*src, *dst) && sameDescriptionOf(*src, *dst)) {
                 copyFramePlanes(*src, *dst);
                 return kKROSuccess;
             }

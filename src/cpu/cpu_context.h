@@ -50,6 +50,10 @@ private:
 // Throws std::system_error when worker threads cannot start.
 void runColorStage(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool threaded);
 
+// The stride test of the copy short-cut: strides 0-2 and, for the formats
+// with an alpha plane, stride 3 agree.
+bool sameCopyStrides(const KROFrame& a, const KROFrame& b);
+
 // Copies every plane of src into dst (same format and size) byte for byte,
 // with the per-plane byte counts of a same-stride copy.
 void copyFramePlanes(const KROFrame& src, KROFrame& dst);

@@ -20,14 +20,6 @@ constexpr int kChunk = 256;
 // one source row run of kBand pixels feeds kBand destination rows.
 constexpr int kBand = 32;
 
-bool planesPresent(const KROFrame& f) {
-    const FormatTraits* t = formatTraits(f.format);
-    const int planes = t ? planeCount(*t) : 0;
-    for (int p = 0; p < planes; ++p)
-        if (!f.planes[p]) return false;
-    return true;
-}
-
 // Runs job(0) .. job(count - 1), spread over a pool (item i on slot i mod 10)
 // or in order on the calling thread. Every item writes its own destination
 // rows, so the result does not depend on the choice.
@@ -103,11 +95,6 @@ void rotateBandTransposing(const SampleAccess& a, const KROFrame& src, KROFrame&
 // Half the width of the {w, 1, w} filter folded into two bilinear taps:
 // w = clamp((ratio - 1) / 2, 0, 1), offset = w / (w + 1/2). 0 when
 // enlarging, 2/3 from a factor of 3 on. Single precision throughout.
-float tapOffset(float ratio) {
-    const float w = std::min(std::max(0.5f * (ratio - 1.0f), 0.0f), 1.0f);
-    return w / (w + 0.5f);
-}
-
 struct Taps {
     int first, second;
 };
@@ -136,7 +123,7 @@ KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation) {
     const int wantH = transposing ? src->width : src->height;
     if (dst->width != wantW || dst->height != wantH || dst->width <= 0 || dst->height <= 0)
         return kKROSuccess;
-    if (!planesPresent(*src) || !planesPresent(*dst)) return kKROInputParamError;
+    if (!hostPlanesPresent(*src) || !hostPlanesPresent(*dst)) return kKROInputParamError;
 
     const bool threaded = useWorkerPool(dst->width, dst->height);
     const KROFrame& s = *src;
@@ -157,7 +144,7 @@ KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top) {
     if (left < 0 || top < 0 || dst->width <= 0 || dst->height <= 0) return kKROSuccess;
     if (int64_t{dst->width} + left > src->width || int64_t{dst->height} + top > src->height)
         return kKROSuccess;  // the rectangle does not fit inside the source
-    if (!planesPresent(*src) || !planesPresent(*dst)) return kKROInputParamError;
+    if (!hostPlanesPresent(*src) || !hostPlanesPresent(*dst)) return kKROInputParamError;
 
     const KROFrame& s = *src;
     KROFrame& d = *dst;
@@ -171,17 +158,22 @@ KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top) {
     });
 }
 
+float scaleTapOffset(float ratio) {
+    const float w = std::min(std::max(0.5f * (ratio - 1.0f), 0.0f), 1.0f);
+    return w / (w + 0.5f);
+}
+
 KROReturn scaleFrame(const KROFrame& src, KROFrame& dst, bool threaded) {
     const SampleAccess access = sampleAccessFor(dst.format);
     if (!access) return kKROSuccess;
     const int W = src.width, H = src.height, dW = dst.width, dH = dst.height;
     if (W <= 0 || H <= 0 || dW <= 0 || dH <= 0) return kKROSuccess;
-    if (!planesPresent(src) || !planesPresent(dst)) return kKROInputParamError;
+    if (!hostPlanesPresent(src) || !hostPlanesPresent(dst)) return kKROInputParamError;
 
     const float hs = static_cast<float>(W) / static_cast<float>(dW);
     const float vs = static_cast<float>(H) / static_cast<float>(dH);
-    const float dx = tapOffset(hs);
-    const float dy = tapOffset(vs);
+    const float dx = scaleTapOffset(hs);
+    const float dy = scaleTapOffset(vs);
 
     // Tap columns depend only on x: computed once for the frame.
     std::vector<Taps> columns;

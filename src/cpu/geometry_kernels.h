@@ -25,6 +25,10 @@ KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top);
 // destination also passes useWorkerPool).
 KROReturn scaleFrame(const KROFrame& src, KROFrame& dst, bool threaded);
 
+// Offset of the two bilinear taps that fold the scale filter {w, 1, w}, for
+// a source/destination ratio: 0 when enlarging, 2/3 from a factor of 3 on.
+float scaleTapOffset(float ratio);
+
 // True when a frame of this size is worth spreading over worker threads.
 inline bool useWorkerPool(int width, int height) {
     return int64_t{width} * height >= 100 && width >= 10 && height >= 10;

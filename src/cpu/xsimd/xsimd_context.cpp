@@ -19,24 +19,6 @@ bool sameColour(const KROFrame& a, const KROFrame& b) {
            a.transfer == b.transfer && a.matrix == b.matrix;
 }
 
-// Strides of every plane the format uses (the alpha plane of 124 and 125
-// included, so the block copy never runs past a narrower destination plane).
-bool sameStrides(const KROFrame& a, const KROFrame& b) {
-    const FormatTraits* t = formatTraits(a.format);
-    const int used = t ? planeCount(*t) : 3;
-    for (int p = 0; p < (used > 3 ? used : 3); ++p)
-        if (a.strides[p] != b.strides[p]) return false;
-    return true;
-}
-
-bool planesPresent(const KROFrame& f) {
-    const FormatTraits* t = formatTraits(f.format);
-    const int planes = t ? planeCount(*t) : 0;
-    for (int p = 0; p < planes; ++p)
-        if (!f.planes[p]) return false;
-    return true;
-}
-
 // One destination pixel at a time, as the scalar geometry kernels define it:
 // row-major on the calling thread for small frames, otherwise interleaved
 // single pixels over a pool of worker threads.
@@ -69,7 +51,7 @@ KROReturn XSimdCPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
     try {
         readSourcePeak();
         if (src->width == dst->width && src->height == dst->height) {
-            if (sameColour(*src, *dst) && sameStrides(*src, *dst)) {
+            if (sameColour(*src, *dst) && sameCopyStrides(*src, *dst)) {
                 copyFramePlanes(*src, *dst);
                 return kKROSuccess;
             }
@@ -114,7 +96,7 @@ KROReturn XSimdCPUContext::rotate(const KROFrame* src, KROFrame* dst, int orient
     if (dst->width != (transposing ? H : W) || dst->height != (transposing ? W : H) || dst->width <= 0 ||
         dst->height <= 0)
         return kKROSuccess;
-    if (!planesPresent(*src) || !planesPresent(*dst)) return kKROInputParamError;
+    if (!hostPlanesPresent(*src) || !hostPlanesPresent(*dst)) return kKROInputParamError;
 
     const KROFrame& s = *src;
     KROFrame& d = *dst;
@@ -141,7 +123,7 @@ KROReturn XSimdCPUContext::crop(const KROFrame* src, KROFrame* dst, int left, in
     if (left < 0 || top < 0 || dst->width <= 0 || dst->height <= 0) return kKROSuccess;
     if (int64_t{dst->width} + left > src->width || int64_t{dst->height} + top > src->height)
         return kKROSuccess;  // the rectangle does not fit inside the source
-    if (!planesPresent(*src) || !planesPresent(*dst)) return kKROInputParamError;
+    if (!hostPlanesPresent(*src) || !hostPlanesPresent(*dst)) return kKROInputParamError;
 
     const KROFrame& s = *src;
     KROFrame& d = *dst;

@@ -21,11 +21,6 @@ using namespace simd;
 
 // Half the width of the {w, 1, w} filter folded into two bilinear taps:
 // w = min(max((ratio - 1) / 2, 0), 1), offset = w / (w + 1/2).
-float tapOffset(float ratio) {
-    const float w = std::min(std::max(0.5f * (ratio - 1.0f), 0.0f), 1.0f);
-    return w / (w + 0.5f);
-}
-
 // trunc((i + 0.5) * ratio -/+ offset) for four positions, limited to the
 // source (the limit never moves a tap for valid sizes).
 void tapsOf4(int i, float ratio, float offset, int size, int32_t* first, int32_t* second) {
@@ -134,14 +129,6 @@ bool scaleRowAny(const SampleAccess& access, const KROFrame& src, KROFrame& dst,
     return true;
 }
 
-bool planesPresent(const KROFrame& f) {
-    const FormatTraits* t = formatTraits(f.format);
-    const int planes = t ? planeCount(*t) : 0;
-    for (int p = 0; p < planes; ++p)
-        if (!f.planes[p]) return false;
-    return true;
-}
-
 }  // namespace
 
 bool xsimdScalePass(const KROFrame& src, KROFrame& dst, bool threaded) {
@@ -149,12 +136,12 @@ bool xsimdScalePass(const KROFrame& src, KROFrame& dst, bool threaded) {
     if (!access) return true;
     const int W = src.width, H = src.height, dW = dst.width, dH = dst.height;
     if (W <= 0 || H <= 0 || dW <= 0 || dH <= 0) return true;
-    if (!planesPresent(src) || !planesPresent(dst)) return false;
+    if (!hostPlanesPresent(src) || !hostPlanesPresent(dst)) return false;
 
     const float sx = static_cast<float>(W) / static_cast<float>(dW);
     const float sy = static_cast<float>(H) / static_cast<float>(dH);
-    const float dx = tapOffset(sx);
-    const float dy = tapOffset(sy);
+    const float dx = scaleTapOffset(sx);
+    const float dy = scaleTapOffset(sy);
 
     Taps cols, rows;
     try {

@@ -23,7 +23,7 @@ Args::Args(int argc, char** argv, int first, const std::vector<OptionSpec>& spec
         }
         std::string name = arg, inlineValue;
         bool hasInline = false;
-        const OptionSpec* spec = nullptr;
+        const OptionSpec* option = nullptr;
         if (arg.compare(0, 2, "--") == 0) {
             name = arg.substr(2);
             const size_t eq = name.find('=');
@@ -33,15 +33,15 @@ Args::Args(int argc, char** argv, int first, const std::vector<OptionSpec>& spec
                 hasInline = true;
             }
             for (const auto& s : specs)
-                if (name == s.longName) spec = &s;
+                if (name == s.longName) option = &s;
         } else {
             name = arg.substr(1);
             for (const auto& s : specs)
-                if (s.shortName && name == s.shortName) spec = &s;
+                if (s.shortName && name == s.shortName) option = &s;
         }
-        if (!spec) usageError("unknown option " + arg);
+        if (!option) usageError("unknown option " + arg);
         std::string value;
-        if (spec->takesValue) {
+        if (option->takesValue) {
             if (hasInline) {
                 value = inlineValue;
             } else {
@@ -49,9 +49,9 @@ Args::Args(int argc, char** argv, int first, const std::vector<OptionSpec>& spec
                 value = argv[++i];
             }
         } else if (hasInline) {
-            usageError("option --" + std::string(spec->longName) + " takes no value");
+            usageError("option --" + std::string(option->longName) + " takes no value");
         }
-        values_[spec->longName].push_back(value);
+        values_[option->longName].push_back(value);
     }
 }
 

@@ -81,13 +81,13 @@ void refuseFrameOptionsForBytes(const Args& args) {
 int convertByteLayouts(FrameReader& reader, const std::string& outPath, const PixelFormatInfo& outFormat,
                        int64_t maxFrames, bool quiet) {
     const StreamInfo& in = reader.info();
-    OutputSpec spec;
-    spec.format = &outFormat;
-    spec.width = in.width;
-    spec.height = in.height;
-    spec.range = 2;
-    spec.frameRate = in.frameRate;
-    auto writer = openWriter(outPath, spec);
+    OutputSpec target;
+    target.format = &outFormat;
+    target.width = in.width;
+    target.height = in.height;
+    target.range = 2;
+    target.frameRate = in.frameRate;
+    auto writer = openWriter(outPath, target);
     Image source(*in.format, in.width, in.height), result(outFormat, in.width, in.height);
     Progress progress(in.frameCount, quiet);
     int64_t done = 0;
@@ -178,26 +178,26 @@ int runConvert(int argc, char** argv, int first) {
                                            settings.scaleHeight ? settings.scaleHeight : convHeight);
 
     FramePipeline pipeline(settings);
-    OutputSpec spec;
-    spec.format = outFormat;
-    spec.width = pipeline.outWidth();
-    spec.height = pipeline.outHeight();
-    spec.range = settings.outColor.range;
-    spec.frameRate = in.frameRate;
+    OutputSpec target;
+    target.format = outFormat;
+    target.width = pipeline.outWidth();
+    target.height = pipeline.outHeight();
+    target.range = settings.outColor.range;
+    target.frameRate = in.frameRate;
     if (verbose) {
         std::fprintf(stderr, "krocolor: input  %s: %s %dx%d %s (%d), %s\n", inPath.c_str(),
                      fileTypeName(detectInputType(inPath)), in.width, in.height, in.format->name, in.format->code,
                      describeColor(settings.inColor).c_str());
         std::fprintf(stderr, "krocolor: output %s: %s %dx%d %s (%d), %s\n", outPath.c_str(), fileTypeName(outType),
-                     spec.width, spec.height, outFormat->name, outFormat->code,
+                     target.width, target.height, outFormat->name, outFormat->code,
                      describeColor(settings.outColor).c_str());
         std::fprintf(stderr, "krocolor: backend %s (hardware type %d)\n", settings.backend->name,
                      settings.backend->hwType);
     }
-    auto writer = openWriter(outPath, spec);
+    auto writer = openWriter(outPath, target);
 
     Image source(*in.format, in.width, in.height);
-    Image result(*outFormat, spec.width, spec.height);
+    Image result(*outFormat, target.width, target.height);
     int64_t total = in.frameCount;
     if (maxFrames > 0 && (total < 0 || total > maxFrames)) total = maxFrames;
     Progress progress(total, quiet);
