@@ -71,8 +71,8 @@ int runDemo(int argc, char** argv, int first) {
 
     Image source = makeTestPattern(width, height);
     {
-        OutputSpec spec{&source.format(), width, height, 1, "25:1"};
-        auto writer = openWriter(folder + "/source.y4m", spec);
+        OutputSpec target{&source.format(), width, height, 1, "25:1"};
+        auto writer = openWriter(folder + "/source.y4m", target);
         writer->write(source);
         writer->finish();
     }
@@ -103,8 +103,8 @@ int runDemo(int argc, char** argv, int first) {
             run.msPerFrame = elapsed * 1000.0 / frames;
             run.frames = frames;
             const std::string png = folder + "/" + run.backend->name + ".png";
-            OutputSpec spec{&run.result.format(), width, height, 2, "25:1"};
-            auto writer = openWriter(png, spec);
+            OutputSpec target{&run.result.format(), width, height, 2, "25:1"};
+            auto writer = openWriter(png, target);
             writer->write(run.result);
             writer->finish();
             run.ran = true;

@@ -93,13 +93,13 @@ int runIcc(int argc, char** argv, int first) {
                      args.value("icc-out", "srgb").c_str(), dstProfile.size(), in.width, in.height, in.format->name,
                      outW, outH, outFormat->name);
 
-    OutputSpec spec;
-    spec.format = outFormat;
-    spec.width = outW;
-    spec.height = outH;
-    spec.range = 2;
-    spec.frameRate = in.frameRate;
-    auto writer = openWriter(outPath, spec);
+    OutputSpec target;
+    target.format = outFormat;
+    target.width = outW;
+    target.height = outH;
+    target.range = 2;
+    target.frameRate = in.frameRate;
+    auto writer = openWriter(outPath, target);
     Image source(*in.format, in.width, in.height), result(*outFormat, outW, outH);
     Progress progress(in.frameCount, args.has("quiet"));
     int64_t done = 0;

@@ -82,17 +82,17 @@ std::unique_ptr<FrameReader> openReader(const std::string& path, const InputHint
     return openRawReader(path, hints);
 }
 
-std::unique_ptr<FrameWriter> openWriter(const std::string& path, const OutputSpec& spec) {
+std::unique_ptr<FrameWriter> openWriter(const std::string& path, const OutputSpec& target) {
     const FileType type = outputTypeFor(path);
-    if (!formatFitsFileType(*spec.format, type))
-        usageError(std::string("output format ") + spec.format->name + " does not fit a " + fileTypeName(type) +
+    if (!formatFitsFileType(*target.format, type))
+        usageError(std::string("output format ") + target.format->name + " does not fit a " + fileTypeName(type) +
                    " file (" + path + "); " + fileTypeName(type) + " takes " + formatsForFileType(type));
     switch (type) {
-        case FileType::PNG: return openPngWriter(path, spec);
-        case FileType::Y4M: return openY4mWriter(path, spec);
+        case FileType::PNG: return openPngWriter(path, target);
+        case FileType::Y4M: return openY4mWriter(path, target);
         case FileType::Raw: break;
     }
-    return openRawWriter(path, spec);
+    return openRawWriter(path, target);
 }
 
 }  // namespace krocolor

@@ -68,14 +68,14 @@ bool formatFitsFileType(const PixelFormatInfo& format, FileType type);
 std::string formatsForFileType(FileType type);  // "rgb24, rgba, ..."
 
 std::unique_ptr<FrameReader> openReader(const std::string& path, const InputHints& hints);
-std::unique_ptr<FrameWriter> openWriter(const std::string& path, const OutputSpec& spec);
+std::unique_ptr<FrameWriter> openWriter(const std::string& path, const OutputSpec& target);
 
 // Individual readers and writers (used by openReader/openWriter).
 std::unique_ptr<FrameReader> openRawReader(const std::string& path, const InputHints& hints);
 std::unique_ptr<FrameReader> openY4mReader(const std::string& path, const InputHints& hints);
 std::unique_ptr<FrameReader> openPngReader(const std::string& path, const InputHints& hints);
-std::unique_ptr<FrameWriter> openRawWriter(const std::string& path, const OutputSpec& spec);
-std::unique_ptr<FrameWriter> openY4mWriter(const std::string& path, const OutputSpec& spec);
-std::unique_ptr<FrameWriter> openPngWriter(const std::string& path, const OutputSpec& spec);
+std::unique_ptr<FrameWriter> openRawWriter(const std::string& path, const OutputSpec& target);
+std::unique_ptr<FrameWriter> openY4mWriter(const std::string& path, const OutputSpec& target);
+std::unique_ptr<FrameWriter> openPngWriter(const std::string& path, const OutputSpec& target);
 
 }  // namespace krocolor

@@ -159,8 +159,8 @@ private:
 
 class PngWriter : public FrameWriter {
 public:
-    PngWriter(const std::string& path, const OutputSpec& spec) : out_(path), spec_(spec) {
-        pngLayoutOf(*spec.format, layout_);
+    PngWriter(const std::string& path, const OutputSpec& target) : out_(path), spec_(target) {
+        pngLayoutOf(*target.format, layout_);
     }
 
     void write(const Image& frame) override {
@@ -214,8 +214,8 @@ std::unique_ptr<FrameReader> openPngReader(const std::string& path, const InputH
     return std::make_unique<PngReader>(path, hints);
 }
 
-std::unique_ptr<FrameWriter> openPngWriter(const std::string& path, const OutputSpec& spec) {
-    return std::make_unique<PngWriter>(path, spec);
+std::unique_ptr<FrameWriter> openPngWriter(const std::string& path, const OutputSpec& target) {
+    return std::make_unique<PngWriter>(path, target);
 }
 
 }  // namespace krocolor

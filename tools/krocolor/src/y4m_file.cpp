@@ -142,15 +142,15 @@ private:
 
 class Y4mWriter : public FrameWriter {
 public:
-    Y4mWriter(const std::string& path, const OutputSpec& spec) : out_(path) {
-        std::string tag = spec.format->y4mTag;
+    Y4mWriter(const std::string& path, const OutputSpec& target) : out_(path) {
+        std::string tag = target.format->y4mTag;
         std::string upper = tag;
         for (char& c : upper)
             if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-        std::string header = "YUV4MPEG2 W" + std::to_string(spec.width) + " H" + std::to_string(spec.height) + " F" +
-                             spec.frameRate + " Ip A1:1 C" + tag + " XYSCSS=" + upper;
-        if (spec.range == 2) header += " XCOLORRANGE=FULL";
-        if (spec.range == 1) header += " XCOLORRANGE=LIMITED";
+        std::string header = "YUV4MPEG2 W" + std::to_string(target.width) + " H" + std::to_string(target.height) + " F" +
+                             target.frameRate + " Ip A1:1 C" + tag + " XYSCSS=" + upper;
+        if (target.range == 2) header += " XCOLORRANGE=FULL";
+        if (target.range == 1) header += " XCOLORRANGE=LIMITED";
         header += "\n";
         out_.write(header.data(), header.size());
     }
@@ -170,8 +170,8 @@ std::unique_ptr<FrameReader> openY4mReader(const std::string& path, const InputH
     return std::make_unique<Y4mReader>(path, hints);
 }
 
-std::unique_ptr<FrameWriter> openY4mWriter(const std::string& path, const OutputSpec& spec) {
-    return std::make_unique<Y4mWriter>(path, spec);
+std::unique_ptr<FrameWriter> openY4mWriter(const std::string& path, const OutputSpec& target) {
+    return std::make_unique<Y4mWriter>(path, target);
 }
 
 }  // namespace krocolor
