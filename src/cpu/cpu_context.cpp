@@ -29,12 +29,12 @@ bool sameSize(const KROFrame& a, const KROFrame& b) {
     return a.width == b.width && a.height == b.height;
 }
 
-bool sameDescriptionOf(const KROFrame& a, const KROFrame& b) {
+}  // namespace
+
+bool sameColourDescription(const KROFrame& a, const KROFrame& b) {
     return a.format == b.format && a.range == b.range && a.primaries == b.primaries &&
            a.transfer == b.transfer && a.matrix == b.matrix;
 }
-
-}  // namespace
 
 bool sameCopyStrides(const KROFrame& a, const KROFrame& b) {
     const FormatTraits* t = formatTraits(a.format);
@@ -98,19 +98,19 @@ CPUContext::~CPUContext() {
     if (sws_) releaseSwsContext(sws_);
 }
 
-void CPUContext::readSourcePeak() {
-    const auto it = metaData_.find("src_max_luminance");
-    if (it != metaData_.end()) sourcePeak_ = parseLuminance(it->second.c_str());
+void updateSourcePeak(const MetaData& metaData, int32_t& peak) {
+    const auto it = metaData.find("src_max_luminance");
+    if (it != metaData.end()) peak = parseLuminance(it->second.c_str());
 }
 
 KROReturn CPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
     if (!src || !dst) return kKROInputParamError;
     try {
         if (useSwscale_) return convertWithSwscale(*src, *dst) ? kKROSuccess : kKRORunCPUKernelError;
-        readSourcePeak();
+        updateSourcePeak(metaData_, sourcePeak_);
 
         if (sameSize(*src, *dst)) {
-            if (sameCopyStrides(*src, *dst) && sameDescriptionOf(*src, *dst)) {
+            if (sameCopyStrides(*src, *dst) && sameColourDescription(*src, *dst)) {
                 copyFramePlanes(*src, *dst);
                 return kKROSuccess;
             }
@@ -121,7 +121,7 @@ KROReturn CPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
         const bool threaded =
             useWorkerPool(src->width, src->height) && useWorkerPool(dst->width, dst->height);
         const KROFrame* scaleSource = src;
-        if (!sameDescriptionOf(*src, *dst)) {
+        if (!sameColourDescription(*src, *dst)) {
             if (!colorStage_.ensure(dst->format, src->width, src->height)) return kKRORunCPUKernelError;
             KROFrame& stage = colorStage_.frame();
             stage.range = dst->range;

@@ -36,7 +36,6 @@ public:
 
 private:
     bool convertWithSwscale(const KROFrame& src, KROFrame& dst);
-    void readSourcePeak();
 
     IntermediateFrame colorStage_;
     bool useSwscale_ = false;
@@ -50,6 +49,9 @@ private:
 // Throws std::system_error when worker threads cannot start.
 void runColorStage(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool threaded);
 
+// Format, range, primaries, transfer and matrix all agree: no colour work.
+bool sameColourDescription(const KROFrame& a, const KROFrame& b);
+
 // The stride test of the copy short-cut: strides 0-2 and, for the formats
 // with an alpha plane, stride 3 agree.
 bool sameCopyStrides(const KROFrame& a, const KROFrame& b);
@@ -57,6 +59,10 @@ bool sameCopyStrides(const KROFrame& a, const KROFrame& b);
 // Copies every plane of src into dst (same format and size) byte for byte,
 // with the per-plane byte counts of a same-stride copy.
 void copyFramePlanes(const KROFrame& src, KROFrame& dst);
+
+// Sets `peak` from the "src_max_luminance" entry of `metaData`; without the
+// key the previous value stays.
+void updateSourcePeak(const MetaData& metaData, int32_t& peak);
 
 // Parses a "src_max_luminance" value: leading decimal digits (optional sign
 // and leading white space), 0 when there are none, clamped to int32.

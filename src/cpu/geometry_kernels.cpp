@@ -41,7 +41,43 @@ KROReturn runItems(int count, bool threaded, const Job& job) {
     return kKROSuccess;
 }
 
+// One destination pixel per item: row-major on the calling thread for small
+// frames, otherwise single pixels interleaved over the pool.
+template <typename PixelJob>
+KROReturn runPerPixel(int width, int height, const PixelJob& job) {
+    if (!useWorkerPool(width, height)) {
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) job(x, y);
+        return kKROSuccess;
+    }
+    try {
+        CPUTask pool(kDefaultThreadCount);
+        pool.runPixels(width, height, job);
+        pool.join();
+    } catch (const std::exception&) {
+        return kKRORunCPUKernelError;
+    }
+    return kKROSuccess;
+}
+
 // ---- rotate --------------------------------------------------------------
+
+// The source pixel that destination (x, y) takes for an EXIF orientation,
+// with W x H the source size.
+void orientedSource(int orientation, int W, int H, int x, int y, int& sx, int& sy) {
+    sx = x;
+    sy = y;
+    switch (orientation) {
+    case 2: sx = W - 1 - x; break;
+    case 3: sx = W - 1 - x; sy = H - 1 - y; break;
+    case 4: sy = H - 1 - y; break;
+    case 5: sx = y; sy = x; break;
+    case 6: sx = y; sy = H - 1 - x; break;
+    case 7: sx = W - 1 - y; sy = H - 1 - x; break;
+    case 8: sx = W - 1 - y; sy = x; break;
+    default: break;
+    }
+}
 
 // Orientations 1-4 keep rows as rows: destination row y is source row y
 // (or H - 1 - y), read forwards or mirrored.
@@ -111,7 +147,7 @@ Taps tapsAt(int i, float scale, float offset, int size) {
 
 }  // namespace
 
-KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation) {
+KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation, GeometrySchedule schedule) {
     if (!src || !dst) return kKROInputParamError;
     if (orientation < 1 || orientation > 8) return kKROSuccess;
     const SampleAccess access = sampleAccessFor(dst->format);
@@ -128,6 +164,14 @@ KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation) {
     const bool threaded = useWorkerPool(dst->width, dst->height);
     const KROFrame& s = *src;
     KROFrame& d = *dst;
+    if (schedule == GeometrySchedule::Pixels) {
+        const int W = s.width, H = s.height;
+        return runPerPixel(d.width, d.height, [&access, &s, &d, orientation, W, H](int x, int y) {
+            int sx, sy;
+            orientedSource(orientation, W, H, x, y, sx, sy);
+            writePixel(access, d, x, y, readPixel(access, s, sx, sy));
+        });
+    }
     if (!transposing)
         return runItems(d.height, threaded,
                         [&access, &s, &d, orientation](int y) { rotateRowKeeping(access, s, d, orientation, y); });
@@ -137,7 +181,7 @@ KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation) {
     });
 }
 
-KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top) {
+KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top, GeometrySchedule schedule) {
     if (!src || !dst) return kKROInputParamError;
     const SampleAccess access = sampleAccessFor(dst->format);
     if (!access) return kKROSuccess;
@@ -148,6 +192,11 @@ KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top) {
 
     const KROFrame& s = *src;
     KROFrame& d = *dst;
+    if (schedule == GeometrySchedule::Pixels) {
+        return runPerPixel(d.width, d.height, [&access, &s, &d, left, top](int x, int y) {
+            writePixel(access, d, x, y, readPixel(access, s, x + left, y + top));
+        });
+    }
     return runItems(d.height, useWorkerPool(d.width, d.height), [&access, &s, &d, left, top](int y) {
         NativePixel buf[kChunk];
         for (int x = 0; x < d.width; x += kChunk) {

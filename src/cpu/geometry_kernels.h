@@ -18,8 +18,16 @@ namespace KROCOLOR {
 // or with a negative offset, or a format the CPU cannot address.
 // kKRORunCPUKernelError when worker threads cannot be started or memory runs
 // out. No exception escapes.
-KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation);
-KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top);
+//
+// `schedule` picks how a pooled run is split: whole destination rows per
+// item (fast: row accessors, cache friendly), or single pixels interleaved
+// over the slots (the SIMD convertor's documented schedule). Small frames run
+// row-major on the calling thread either way; the output never differs.
+enum class GeometrySchedule { Rows, Pixels };
+KROReturn rotateFrame(const KROFrame* src, KROFrame* dst, int orientation,
+                      GeometrySchedule schedule = GeometrySchedule::Rows);
+KROReturn cropFrame(const KROFrame* src, KROFrame* dst, int left, int top,
+                    GeometrySchedule schedule = GeometrySchedule::Rows);
 // Scales src (W x H) into dst (W' x H'), both in dst's format, averaging four
 // taps of stored codes. `threaded` allows the worker pool (used only when the
 // destination also passes useWorkerPool).

@@ -25,7 +25,6 @@ public:
     const XSimdFrame& intermediateFrame() const { return intermediate_; }
 
 private:
-    void readSourcePeak();
 
     XSimdFrame intermediate_;
     int32_t sourcePeak_ = 10000;  // cd/m2, "src_max_luminance"
