@@ -23,7 +23,7 @@
 #include <vector>
 
 #include "KROColorFunctions.h"
-#include "api/image_convert_rows.h"
+#include "cpu/image_convert_rows.h"
 
 #ifdef KRO_HAVE_LIBYUV
 #include <libyuv.h>

@@ -33,14 +33,16 @@ TEST_P(BackendSelection, FirstMatchingRuleDecides) {
     r.srcQueue = handle(c.srcQueue);
     r.dstHandle = handle(c.dstHandle);
     r.dstQueue = handle(c.dstQueue);
-    std::unique_ptr<IConvertor> conv = selectConvertor(c.src, c.dst, r);
-    const KROReturn code = takeSelectionError();
-    EXPECT_EQ(takeSelectionError(), kKROSuccess) << "reading the code clears it";
+    const Selection chosen = selectConvertor(c.src, c.dst, r);
+    const IConvertor* conv = chosen.convertor.get();
+    const KROReturn code = chosen.code;
+    EXPECT_EQ(takeSelectionError(), code) << "the shared copy carries the same code";
+    EXPECT_EQ(takeSelectionError(), kKROSuccess) << "reading the shared copy clears it";
     switch (c.expect) {
     case Expect::Cpu:
     case Expect::Swscale: {
         ASSERT_NE(conv, nullptr) << c.name;
-        auto* cpu = dynamic_cast<CPUContext*>(conv.get());
+        auto* cpu = dynamic_cast<const CPUContext*>(conv);
         ASSERT_NE(cpu, nullptr) << c.name;
         EXPECT_EQ(cpu->usesSwscale(), c.expect == Expect::Swscale) << c.name;
         EXPECT_EQ(code, kKROSuccess) << c.name;

@@ -9,7 +9,7 @@
 
 #include "KROColorFunctions.h"
 #include "api/backend_selection.h"
-#include "api/convertor.h"
+#include "core/convertor.h"
 #include "cpu/cpu_context.h"
 
 using namespace KROCOLOR;

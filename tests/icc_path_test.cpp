@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "KROColorFunctions.h"
-#include "api/icc_path.h"
+#include "icc/icc_path.h"
 #include "fuzz/icc_profile_builder.h"
 #include "icc/icc_engine.h"
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "KROColorFunctions.h"
-#include "api/image_convert_rows.h"
+#include "cpu/image_convert_rows.h"
 
 namespace KROCOLOR {
 namespace {

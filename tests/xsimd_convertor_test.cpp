@@ -29,7 +29,7 @@ TEST(XSimdSelection, HardwareTypeSixOnEitherSideYieldsTheSimdConvertor) {
         KROHWContext r;
         r.srcType = srcType;
         r.dstType = dstType;
-        std::unique_ptr<IConvertor> c = selectConvertor(kKRONV12Format, kKRORGBA8888Format, r);
+        std::unique_ptr<IConvertor> c = selectConvertor(kKRONV12Format, kKRORGBA8888Format, r).convertor;
         ASSERT_NE(c, nullptr) << srcType << "/" << dstType;
         EXPECT_NE(dynamic_cast<XSimdCPUContext*>(c.get()), nullptr);
         EXPECT_EQ(takeSelectionError(), kKROSuccess);

@@ -18,7 +18,7 @@ if ! command -v "$cxx" >/dev/null; then
 fi
 "$cxx" -std=c++17 -g -O1 -ffp-contract=off -fsanitize=fuzzer,address,undefined \
   -fno-sanitize-recover=undefined -I"$root/include" -I"$root/src" \
-  "$root"/src/icc/*.cpp "$root/src/api/icc_path.cpp" "$root/src/api/embedded_profiles_data.cpp" "$root/src/cpu/cpu_task.cpp" \
+  "$root"/src/icc/*.cpp "$root/src/cpu/cpu_task.cpp" \
   "$root/tests/fuzz/icc_fuzzer_stubs.cpp" "$root/tests/fuzz/icc_fuzzer.cpp" \
   -lpthread -o "$out/icc_fuzzer"
 seeds=("$out/corpus")

@@ -1,43 +1,44 @@
 #include "api/backend_selection.h"
 
-#include "api/pixel_format_table.h"
+#include <atomic>
+
+#include "core/pixel_format_table.h"
 
 namespace KROCOLOR {
 
 namespace {
 
-// One integer for the whole process, deliberately without synchronisation:
-// objects selecting on different threads at once may see each other's codes.
-int32_t g_lastSelectionError = kKROSuccess;
+// One integer for the whole process. Objects selecting on different threads
+// at once may see each other's codes; relaxed ordering keeps exactly that
+// meaning while making the accesses well-defined.
+std::atomic<int32_t> g_lastSelectionError{kKROSuccess};
 
 bool hostOr(bool (*family)(int32_t), int32_t code) { return isHostFormat(code) || family(code); }
 
-std::unique_ptr<IConvertor> refuse(KROReturn code) {
-    g_lastSelectionError = code;
-    return nullptr;
+Selection refuse(KROReturn code) {
+    g_lastSelectionError.store(code, std::memory_order_relaxed);
+    return Selection{nullptr, code};
 }
 
 // A factory that yields nothing without saying why (an allocation failure)
 // is reported as an unknown error rather than as a silent success.
 // The factory runs first, so its error is read only after it has been set.
 template <typename Factory>
-std::unique_ptr<IConvertor> build(Factory factory) {
+Selection build(Factory factory) {
     KROReturn error = kKROSuccess;
     std::unique_ptr<IConvertor> convertor = factory(error);
     if (!convertor) return refuse(error != kKROSuccess ? error : kKROUnknownError);
-    return convertor;
+    return Selection{std::move(convertor), kKROSuccess};
 }
 
 }  // namespace
 
 KROReturn takeSelectionError() {
-    const int32_t code = g_lastSelectionError;
-    g_lastSelectionError = kKROSuccess;
-    return static_cast<KROReturn>(code);
+    return static_cast<KROReturn>(g_lastSelectionError.exchange(kKROSuccess, std::memory_order_relaxed));
 }
 
-std::unique_ptr<IConvertor> selectConvertor(int32_t s, int32_t d, const KROHWContext& r) {
-    g_lastSelectionError = kKROSuccess;
+Selection selectConvertor(int32_t s, int32_t d, const KROHWContext& r) {
+    g_lastSelectionError.store(kKROSuccess, std::memory_order_relaxed);
     const int32_t st = r.srcType;
     const int32_t dt = r.dstType;
 

@@ -4,9 +4,9 @@
 
 #include "api/api_guard.h"
 #include "api/backend_selection.h"
-#include "api/convertor.h"
-#include "api/frame.h"
-#include "api/icc_path.h"
+#include "core/convertor.h"
+#include "core/frame.h"
+#include "icc/icc_path.h"
 
 namespace KROCOLOR {
 
@@ -238,10 +238,13 @@ KROReturn KROColorFunctions::transcode(const uint8_t* const srcPlanes[], const i
             if (!hwContext) return kKROUnknownError;
         }
         if (!convertor) {
-            std::unique_ptr<IConvertor> chosen = selectConvertor(srcFormat, dstFormat, *hwContext);
-            if (!chosen) return takeSelectionError();
-            chosen->setHWSync(hwSync);
-            convertor = chosen.release();
+            Selection chosen = selectConvertor(srcFormat, dstFormat, *hwContext);
+            if (!chosen.convertor) {
+                takeSelectionError();  // the shared copy is cleared as it always was
+                return chosen.code;
+            }
+            chosen.convertor->setHWSync(hwSync);
+            convertor = chosen.convertor.release();
         }
 
         const ColorDescription s = describeColor({srcPrimaries, srcTransfer, srcMatrix, srcRange},

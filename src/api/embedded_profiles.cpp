@@ -1,6 +1,6 @@
 // Accessors of the embedded ICC profiles. No sRGB profile bytes are embedded:
 // the ICC path uses its built-in sRGB record when a profile is absent.
-#include "api/icc_path.h"
+#include "icc/icc_path.h"
 
 namespace KROCOLOR {
 

@@ -5,8 +5,8 @@
 
 #include "api/api_guard.h"
 #include "api/backend_selection.h"
-#include "api/convertor.h"
-#include "api/frame.h"
+#include "core/convertor.h"
+#include "core/frame.h"
 
 namespace KROCOLOR {
 
@@ -77,10 +77,13 @@ KROReturn geometryTranscode(GeometryState s, GeometryKind kind, int32_t format, 
             return kKROInputParamError;
 
         if (!s.convertor) {
-            std::unique_ptr<IConvertor> chosen = selectConvertor(format, format, *s.hwContext);
-            if (!chosen) return takeSelectionError();
-            chosen->setHWSync(s.hwSync);
-            s.convertor = chosen.release();
+            Selection chosen = selectConvertor(format, format, *s.hwContext);
+            if (!chosen.convertor) {
+                takeSelectionError();  // the shared copy is cleared as it always was
+                return chosen.code;
+            }
+            chosen.convertor->setHWSync(s.hwSync);
+            s.convertor = chosen.convertor.release();
         }
         return run(*s.convertor, src, dst);
     });

@@ -12,8 +12,8 @@
 #include <cstring>
 
 #include "KROColorFunctions.h"
-#include "api/image_convert_rows.h"
-#include "api/pixel_format_table.h"
+#include "cpu/image_convert_rows.h"
+#include "core/pixel_format_table.h"
 
 namespace KROCOLOR {
 

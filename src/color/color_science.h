@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-#include "api/pixel_format_table.h"
+#include "core/pixel_format_table.h"
 #include "color/pipeline_plan.h"
 #include "color/pixel.h"
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "api/pixel_format_table.h"
+#include "core/pixel_format_table.h"
 #include "color/pixel.h"
 
 namespace KROCOLOR {

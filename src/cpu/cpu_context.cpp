@@ -7,7 +7,7 @@
 #include <new>
 #include <system_error>
 
-#include "api/backend_selection.h"
+#include "core/convertor.h"
 #include "color/color_science.h"
 #include "cpu/cpu_task.h"
 #include "cpu/geometry_kernels.h"

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "api/convertor.h"
+#include "core/convertor.h"
 #include "cpu/intermediate_frame.h"
 
 struct SwsContext;
@@ -35,13 +35,24 @@ public:
     const SwsContext* scalingContext() const { return sws_; }
 
 private:
+    // The sizes and formats a scaling context was made for.
+    struct SwsShape {
+        int32_t srcWidth, srcHeight, srcFormat, dstWidth, dstHeight, dstFormat;
+        bool operator==(const SwsShape& o) const {
+            return srcWidth == o.srcWidth && srcHeight == o.srcHeight && srcFormat == o.srcFormat &&
+                   dstWidth == o.dstWidth && dstHeight == o.dstHeight && dstFormat == o.dstFormat;
+        }
+    };
+
     bool convertWithSwscale(const KROFrame& src, KROFrame& dst);
 
     IntermediateFrame colorStage_;
     bool useSwscale_ = false;
     SwsContext* sws_ = nullptr;
+    SwsShape swsShape_{};
     int32_t sourcePeak_ = 10000;  // cd/m2, "src_max_luminance"
-    IntermediateFrame swscaleOutput_;
+    IntermediateFrame swscaleInput_;   // padded copy of the caller's source
+    IntermediateFrame swscaleOutput_;  // padded frame libswscale writes
 };
 
 // Converts src into dst (same size) through the colour pipeline, rows spread

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "KROColorFunctions.h"
-#include "api/frame.h"
+#include "core/frame.h"
 
 namespace KROCOLOR {
 

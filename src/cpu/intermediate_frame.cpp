@@ -9,8 +9,9 @@ extern "C" {
 
 namespace KROCOLOR {
 
-bool IntermediateFrame::ensure(int32_t format, int width, int height) {
-    if (allocated() && frame_.format == format && frame_.width == width && frame_.height == height)
+bool IntermediateFrame::ensure(int32_t format, int width, int height, const PlanePadding& padding) {
+    if (allocated() && frame_.format == format && frame_.width == width && frame_.height == height &&
+        padding_ == padding)
         return true;
     release();
     const FormatTraits* t = formatTraits(format);
@@ -19,14 +20,19 @@ bool IntermediateFrame::ensure(int32_t format, int width, int height) {
     int64_t strides[4] = {0, 0, 0, 0};
     int64_t sizes[4] = {0, 0, 0, 0};
     const int planes = planeCount(*t);
+    const int64_t align = padding.strideAlign > 1 ? padding.strideAlign : 1;
     for (int p = 0; p < planes; ++p) {
-        strides[p] = planeRowBytes(*t, p, width);
+        // Row bytes are below 2^34 for int widths, so the padded stride and
+        // the plane size (below 2^65 only in theory) are checked step by step.
+        strides[p] = (planeRowBytes(*t, p, width) + padding.rowSlack + align - 1) / align * align;
         if (strides[p] > INT32_MAX) return false;
-        sizes[p] = strides[p] * planeRows(*t, p, height);  // < 2^62, no overflow
+        const int64_t rows = planeRows(*t, p, height);
+        if (rows > (INT64_MAX - padding.tailBytes) / strides[p]) return false;
+        sizes[p] = strides[p] * rows + padding.tailBytes;
         if (static_cast<uint64_t>(sizes[p]) > SIZE_MAX / 2) return false;
     }
     for (int p = 0; p < planes; ++p) {
-        frame_.planes[p] = static_cast<uint8_t*>(av_malloc(static_cast<size_t>(sizes[p])));
+        frame_.planes[p] = static_cast<uint8_t*>(av_mallocz(static_cast<size_t>(sizes[p])));
         frame_.strides[p] = static_cast<int32_t>(strides[p]);
         if (!frame_.planes[p]) {
             release();
@@ -37,6 +43,7 @@ bool IntermediateFrame::ensure(int32_t format, int width, int height) {
     frame_.height = height;
     frame_.format = format;
     frame_.name = nextFrameName();
+    padding_ = padding;
     return true;
 }
 
@@ -49,6 +56,7 @@ void IntermediateFrame::release() {
     frame_.width = frame_.height = 0;
     frame_.format = 0;
     frame_.name.clear();
+    padding_ = PlanePadding{};
 }
 
 }  // namespace KROCOLOR

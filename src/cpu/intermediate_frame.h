@@ -4,9 +4,22 @@
 // so that every sample the addressing reaches has its own place.
 #pragma once
 
-#include "api/frame.h"
+#include "core/frame.h"
 
 namespace KROCOLOR {
+
+// Room around each plane's rows. The default is tightly packed planes; code
+// that hands planes to a library reading or writing in wide vector chunks
+// (libswscale) asks for aligned rows with slack after each row and after the
+// last one.
+struct PlanePadding {
+    int strideAlign = 1;  // row strides are multiples of this (a power of two)
+    int rowSlack = 0;     // at least this many bytes after each row's samples
+    int tailBytes = 0;    // bytes after the last row of each plane
+    bool operator==(const PlanePadding& o) const {
+        return strideAlign == o.strideAlign && rowSlack == o.rowSlack && tailBytes == o.tailBytes;
+    }
+};
 
 class IntermediateFrame {
 public:
@@ -15,10 +28,10 @@ public:
     IntermediateFrame(const IntermediateFrame&) = delete;
     IntermediateFrame& operator=(const IntermediateFrame&) = delete;
 
-    // Keeps the current planes when size and format already match; otherwise
-    // reallocates. False (and no planes) when the format has no CPU layout,
-    // the sizes would overflow, or memory runs out.
-    bool ensure(int32_t format, int width, int height);
+    // Keeps the current planes when size, format and padding already match;
+    // otherwise reallocates. False (and no planes) when the format has no CPU
+    // layout, the sizes would overflow, or memory runs out.
+    bool ensure(int32_t format, int width, int height, const PlanePadding& padding = {});
     void release();
     bool allocated() const { return frame_.planes[0] != nullptr; }
 
@@ -27,6 +40,7 @@ public:
 
 private:
     KROFrame frame_;
+    PlanePadding padding_;
 };
 
 }  // namespace KROCOLOR

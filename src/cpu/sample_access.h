@@ -12,7 +12,7 @@
 // reads C, M, Y, K.
 #pragma once
 
-#include "api/frame.h"
+#include "core/frame.h"
 #include "color/pixel.h"
 
 namespace KROCOLOR {

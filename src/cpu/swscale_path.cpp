@@ -1,6 +1,13 @@
-// CPUContext's libswscale path: format mapping from the format table, one
-// scaling context per convertor, colourspace details chosen by primaries and
-// pixel count, and a copy out of libswscale's own output frame.
+// CPUContext's libswscale path: the libswscale twin of each host format, one
+// scaling context per size and format pair, colourspace details chosen by
+// primaries and pixel count, and a copy out of libswscale's own output frame.
+//
+// libswscale reads and writes in wide vector chunks: it reads up to a few
+// dozen bytes past the last row of a source plane, stores past the end of
+// output rows, and de-interleaves chroma with aligned stores. None of that
+// may reach the caller's memory, so the source is staged into padded,
+// aligned planes of ours, libswscale writes into padded, aligned planes of
+// ours, and only the rows' own bytes are copied in and out.
 #include <cstring>
 
 extern "C" {
@@ -12,6 +19,41 @@ extern "C" {
 namespace KROCOLOR {
 
 namespace {
+
+// Rows start on 64-byte boundaries (the widest vector store), every row has
+// at least 64 bytes of slack, and every plane 256 bytes after its last row:
+// more than any libswscale kernel reads or writes beyond the samples.
+constexpr PlanePadding kSwscalePadding{64, 64, 256};
+
+// The libswscale pixel format of a host format (libavutil 59 values), or
+// AV_PIX_FMT_NONE for formats libswscale has no twin of (CMYK, byte layouts).
+AVPixelFormat swscaleFormat(int32_t format) {
+    switch (format) {
+    case kKRORGB888Format: return AV_PIX_FMT_RGB24;
+    case kKRORGBA8888Format: return AV_PIX_FMT_RGBA;
+    case kKRONV12Format: return AV_PIX_FMT_NV12;
+    case kKROYUV420PFormat: return AV_PIX_FMT_YUV420P;
+    case kKROYUV422PFormat: return AV_PIX_FMT_YUV422P;
+    case kKROYUV444PFormat: return AV_PIX_FMT_YUV444P;
+    case kKROYUV420P10LEFormat: return AV_PIX_FMT_YUV420P10LE;
+    case kKRONV1210LEFormat: return AV_PIX_FMT_P010LE;
+    case kKRONV1216LEFormat: return AV_PIX_FMT_P016LE;
+    case kKROYUV422P10LEFormat: return AV_PIX_FMT_YUV422P10LE;
+    case kKROYUV444P10LEFormat: return AV_PIX_FMT_YUV444P10LE;
+    case kKROYUV444P12LEFormat: return AV_PIX_FMT_YUV444P12LE;
+    case kKROYUV444P16LEFormat: return AV_PIX_FMT_YUV444P16LE;
+    case kKRORGBA16LEFormat: return AV_PIX_FMT_RGBA64LE;
+    case kKRORGBA16BEFormat: return AV_PIX_FMT_RGBA64BE;
+    case kKROYUV411PFormat: return AV_PIX_FMT_YUV411P;
+    case kKRORGB16LEFormat: return AV_PIX_FMT_RGB48LE;
+    case kKRORGB16BEFormat: return AV_PIX_FMT_RGB48BE;
+    case kKROBGR888Format: return AV_PIX_FMT_BGR24;
+    case kKROBGRA8888Format: return AV_PIX_FMT_BGRA;
+    case kKROYUVA444P10LEFormat: return AV_PIX_FMT_YUVA444P10LE;
+    case kKROYUVA444P12LEFormat: return AV_PIX_FMT_YUVA444P12LE;
+    default: return AV_PIX_FMT_NONE;
+    }
+}
 
 // libswscale colourspace of one side, chosen by its primaries and, for
 // unspecified primaries, by its pixel count (below 1280x720 means SD).
@@ -27,8 +69,9 @@ int swsColorspace(const KROFrame& f) {
     }
 }
 
-// Copies the tightly packed output into the caller's planes row by row, so a
-// destination with wider strides receives each row at its own place.
+// Copies the rows of every plane of `from` into `to` (same format and size),
+// each row to its own place in `to`'s strides; bytes between rows are not
+// touched on either side.
 void copyRows(const KROFrame& from, KROFrame& to) {
     const FormatTraits* t = formatTraits(from.format);
     for (int p = 0; p < planeCount(*t); ++p) {
@@ -45,14 +88,22 @@ void copyRows(const KROFrame& from, KROFrame& to) {
 void releaseSwsContext(SwsContext* context) { sws_freeContext(context); }
 
 bool CPUContext::convertWithSwscale(const KROFrame& src, KROFrame& dst) {
-    const FormatTraits* st = formatTraits(src.format);
-    const FormatTraits* dt = formatTraits(dst.format);
-    if (!st || !dt || st->swsFormat == AV_PIX_FMT_NONE || dt->swsFormat == AV_PIX_FMT_NONE)
-        return false;
+    const AVPixelFormat srcFormat = swscaleFormat(src.format);
+    const AVPixelFormat dstFormat = swscaleFormat(dst.format);
+    if (srcFormat == AV_PIX_FMT_NONE || dstFormat == AV_PIX_FMT_NONE) return false;
+    // The context is kept while frames keep the sizes and formats it was made
+    // for; the front object lets sizes change without a rebuild, and a
+    // context made for other sizes would write past the frames.
+    const SwsShape shape{src.width, src.height, src.format, dst.width, dst.height, dst.format};
+    if (sws_ && !(swsShape_ == shape)) {
+        releaseSwsContext(sws_);
+        sws_ = nullptr;
+    }
     if (!sws_) {
-        sws_ = sws_getContext(src.width, src.height, st->swsFormat, dst.width, dst.height,
-                              dt->swsFormat, SWS_BICUBIC, nullptr, nullptr, nullptr);
+        sws_ = sws_getContext(src.width, src.height, srcFormat, dst.width, dst.height, dstFormat,
+                              SWS_BICUBIC, nullptr, nullptr, nullptr);
         if (!sws_) return false;
+        swsShape_ = shape;
     }
     const int srcSpace = swsColorspace(src);
     const int dstSpace = swsColorspace(dst);
@@ -62,9 +113,12 @@ bool CPUContext::convertWithSwscale(const KROFrame& src, KROFrame& dst) {
                                  sws_getCoefficients(dstSpace),
                                  dst.range == kColorRangeJpeg ? 1 : 0, 0, 1 << 16, 1 << 16);
     }
-    if (!swscaleOutput_.ensure(dst.format, dst.width, dst.height)) return false;
+    if (!swscaleInput_.ensure(src.format, src.width, src.height, kSwscalePadding)) return false;
+    if (!swscaleOutput_.ensure(dst.format, dst.width, dst.height, kSwscalePadding)) return false;
+    KROFrame& in = swscaleInput_.frame();
     KROFrame& out = swscaleOutput_.frame();
-    const int rows = sws_scale(sws_, src.planes, src.strides, 0, src.height, out.planes, out.strides);
+    copyRows(src, in);
+    const int rows = sws_scale(sws_, in.planes, in.strides, 0, src.height, out.planes, out.strides);
     if (rows < 0) return false;
     copyRows(out, dst);
     return true;

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-#include "api/icc_path.h"
+#include "icc/icc_path.h"
 #include "icc/icc_engine.h"
 
 using namespace KROCOLOR;

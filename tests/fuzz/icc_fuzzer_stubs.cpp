@@ -1,6 +1,6 @@
 // The fuzzer links the ICC engine and path on their own; the path's resize
 // step (the scalar CPU convertor) is not part of what it exercises.
-#include "api/backend_selection.h"
+#include "core/convertor.h"
 
 namespace KROCOLOR {
 

@@ -7,8 +7,8 @@
 #include <cstring>
 #include <memory>
 
-#include "api/frame.h"
-#include "api/pixel_format_table.h"
+#include "core/frame.h"
+#include "core/pixel_format_table.h"
 
 namespace KROCOLOR {
 namespace test {

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "api/backend_selection.h"
+#include "core/convertor.h"
 #include "cpu/cpu_context.h"
 #include "cpu/geometry_kernels.h"
 #include "cpu/xsimd/xsimd_passes.h"

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "api/convertor.h"
+#include "core/convertor.h"
 #include "cpu/xsimd/xsimd_frame.h"
 
 namespace KROCOLOR {

@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-#include "api/frame.h"
+#include "core/frame.h"
 
 namespace KROCOLOR {
 

@@ -4,10 +4,11 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 
 #include "KROColorFunctions.h"
-#include "api/frame.h"
+#include "core/frame.h"
 
 namespace KROCOLOR {
 
@@ -55,5 +56,14 @@ protected:
     MetaData metaData_;
     bool hwSync_ = true;
 };
+
+// Backend factories, one per convertor, each defined by its backend. Each
+// returns null with `error` set when it cannot build its convertor (a backend
+// missing from this build reports kKROPlatformFormatNotSupported).
+std::unique_ptr<IConvertor> createCPUConvertor(bool useSwscale, KROReturn& error);
+std::unique_ptr<IConvertor> createSimdConvertor(KROReturn& error);
+std::unique_ptr<IConvertor> createCudaConvertor(void* context, void* stream, KROReturn& error);
+std::unique_ptr<IConvertor> createD3D11Convertor(void* device, void* deviceContext, KROReturn& error);
+std::unique_ptr<IConvertor> createGLConvertor(void* handle, void* queue, KROReturn& error);
 
 }  // namespace KROCOLOR

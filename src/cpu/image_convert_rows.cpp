@@ -1,7 +1,7 @@
 // Portable row kernels of the byte-format converters. The loops are written
 // with restrict-qualified pointers and fixed byte offsets so that the
 // compiler vectorises them.
-#include "api/image_convert_rows.h"
+#include "cpu/image_convert_rows.h"
 
 #if defined(__GNUC__) || defined(__clang__)
 #define KRO_RESTRICT __restrict__

@@ -1,4 +1,4 @@
-#include "api/frame.h"
+#include "core/frame.h"
 
 #include <atomic>
 #include <climits>

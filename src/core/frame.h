@@ -6,7 +6,7 @@
 #include <string>
 
 #include "KROColorFunctions.h"
-#include "api/pixel_format_table.h"
+#include "core/pixel_format_table.h"
 
 namespace KROCOLOR {
 

@@ -2,7 +2,7 @@
 // processor, so no run-time check is needed; other targets get null and use
 // the portable rows. Results equal the portable rows bit for bit
 // (image_convert_test compares them).
-#include "api/image_convert_rows.h"
+#include "cpu/image_convert_rows.h"
 
 #if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>

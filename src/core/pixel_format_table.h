@@ -6,10 +6,6 @@
 
 #include <cstdint>
 
-extern "C" {
-#include <libavutil/pixfmt.h>
-}
-
 namespace KROCOLOR {
 
 // Where the pixels of a format live.
@@ -61,7 +57,6 @@ struct FormatTraits {
     bool hasAlpha;           // alpha is stored
     int32_t hostTwin;        // CUDA formats: host format staged through (0 none)
     int32_t glTwin;          // host formats: GL texture format they stage in (0 none)
-    AVPixelFormat swsFormat; // libswscale equivalent (AV_PIX_FMT_NONE: none)
 };
 
 namespace formatrows {
@@ -69,13 +64,13 @@ namespace formatrows {
 constexpr FormatTraits base(int32_t code, FormatFamily fam, uint8_t planes) {
     return FormatTraits{code, fam, planes, true, 0, 0, ColorClass::None, PlaneLayout::None, 8, 1, 0,
                         {kNoComponent, kNoComponent, kNoComponent, kNoComponent}, 0, 0, false, 0,
-                        false, 0, 0, AV_PIX_FMT_NONE};
+                        false, 0, 0};
 }
 
 // Packed host format. `order` gives the sample position of R, G, B, A (C, M, Y, K).
 constexpr FormatTraits packed(int32_t code, ColorClass cls, uint8_t bytesPerSample, uint8_t samples,
                               uint8_t o0, uint8_t o1, uint8_t o2, uint8_t o3, bool bigEndian,
-                              bool geometry, int32_t glTwin, AVPixelFormat sws) {
+                              bool geometry, int32_t glTwin) {
     FormatTraits t = base(code, FormatFamily::Host, 1);
     t.cropPlanes = geometry ? 1 : 0;
     t.rotatePlanes = geometry ? 1 : 0;
@@ -91,13 +86,12 @@ constexpr FormatTraits packed(int32_t code, ColorClass cls, uint8_t bytesPerSamp
     t.bigEndian = bigEndian;
     t.hasAlpha = o3 != kNoComponent && cls == ColorClass::RGB;
     t.glTwin = glTwin;
-    t.swsFormat = sws;
     return t;
 }
 
 // Planar or semi-planar host YUV format.
 constexpr FormatTraits yuv(int32_t code, PlaneLayout layout, uint8_t depth, uint8_t shiftX,
-                           uint8_t shiftY, bool alpha, uint8_t msbShift, AVPixelFormat sws) {
+                           uint8_t shiftY, bool alpha, uint8_t msbShift) {
     const uint8_t planes = layout == PlaneLayout::SemiPlanar ? 2 : (alpha ? 4 : 3);
     FormatTraits t = base(code, FormatFamily::Host, planes);
     t.cropPlanes = alpha ? 0 : planes;
@@ -111,7 +105,6 @@ constexpr FormatTraits yuv(int32_t code, PlaneLayout layout, uint8_t depth, uint
     t.chromaShiftY = shiftY;
     t.msbShift = msbShift;
     t.hasAlpha = alpha;
-    t.swsFormat = sws;
     return t;
 }
 
@@ -131,7 +124,6 @@ constexpr FormatTraits cuda(int32_t code, const FormatTraits& like, int32_t host
     t.rotatePlanes = rotate ? t.descriptorPlanes : 0;
     t.hostTwin = hostTwin;
     t.glTwin = 0;
-    t.swsFormat = AV_PIX_FMT_NONE;
     return t;
 }
 
@@ -163,30 +155,30 @@ constexpr ColorClass RGB = ColorClass::RGB;
 constexpr PlaneLayout SP = PlaneLayout::SemiPlanar;
 constexpr PlaneLayout PL = PlaneLayout::Planar;
 
-constexpr FormatTraits kRGB888 = packed(101, RGB, 1, 3, 0, 1, 2, N, false, true, 203, AV_PIX_FMT_RGB24);
-constexpr FormatTraits kRGBA8888 = packed(102, RGB, 1, 4, 0, 1, 2, 3, false, true, 201, AV_PIX_FMT_RGBA);
-constexpr FormatTraits kNV12 = yuv(103, SP, 8, 1, 1, false, 0, AV_PIX_FMT_NV12);
-constexpr FormatTraits kYUV420P = yuv(104, PL, 8, 1, 1, false, 0, AV_PIX_FMT_YUV420P);
-constexpr FormatTraits kYUV422P = yuv(105, PL, 8, 1, 0, false, 0, AV_PIX_FMT_YUV422P);
-constexpr FormatTraits kYUV444P = yuv(106, PL, 8, 0, 0, false, 0, AV_PIX_FMT_YUV444P);
-constexpr FormatTraits kYUV420P10 = yuv(107, PL, 10, 1, 1, false, 0, AV_PIX_FMT_YUV420P10LE);
-constexpr FormatTraits kP010 = yuv(108, SP, 10, 1, 1, false, 6, AV_PIX_FMT_P010LE);
-constexpr FormatTraits kP016 = yuv(109, SP, 16, 1, 1, false, 0, AV_PIX_FMT_P016LE);
-constexpr FormatTraits kYUV422P10 = yuv(110, PL, 10, 1, 0, false, 0, AV_PIX_FMT_YUV422P10LE);
-constexpr FormatTraits kYUV444P10 = yuv(111, PL, 10, 0, 0, false, 0, AV_PIX_FMT_YUV444P10LE);
-constexpr FormatTraits kYUV444P12 = yuv(112, PL, 12, 0, 0, false, 0, AV_PIX_FMT_YUV444P12LE);
-constexpr FormatTraits kYUV444P16 = yuv(113, PL, 16, 0, 0, false, 0, AV_PIX_FMT_YUV444P16LE);
-constexpr FormatTraits kRGBA16LE = packed(114, RGB, 2, 4, 0, 1, 2, 3, false, true, 202, AV_PIX_FMT_RGBA64LE);
-constexpr FormatTraits kRGBA16BE = packed(115, RGB, 2, 4, 0, 1, 2, 3, true, true, 0, AV_PIX_FMT_RGBA64BE);
-constexpr FormatTraits kYUV411P = yuv(116, PL, 8, 2, 0, false, 0, AV_PIX_FMT_YUV411P);
-constexpr FormatTraits kRGB16LE = packed(117, RGB, 2, 3, 0, 1, 2, N, false, true, 0, AV_PIX_FMT_RGB48LE);
-constexpr FormatTraits kRGB16BE = packed(118, RGB, 2, 3, 0, 1, 2, N, true, true, 0, AV_PIX_FMT_RGB48BE);
-constexpr FormatTraits kBGR888 = packed(119, RGB, 1, 3, 2, 1, 0, N, false, true, 0, AV_PIX_FMT_BGR24);
-constexpr FormatTraits kBGRA8888 = packed(120, RGB, 1, 4, 2, 1, 0, 3, false, true, 0, AV_PIX_FMT_BGRA);
-constexpr FormatTraits kYUVA444P10 = yuv(124, PL, 10, 0, 0, true, 0, AV_PIX_FMT_YUVA444P10LE);
-constexpr FormatTraits kYUVA444P12 = yuv(125, PL, 12, 0, 0, true, 0, AV_PIX_FMT_YUVA444P12LE);
-// CMYK is refused by the crop and rotate objects and has no libswscale twin.
-constexpr FormatTraits kCMYK = packed(126, ColorClass::CMYK, 1, 4, 0, 1, 2, 3, false, false, 0, AV_PIX_FMT_NONE);
+constexpr FormatTraits kRGB888 = packed(101, RGB, 1, 3, 0, 1, 2, N, false, true, 203);
+constexpr FormatTraits kRGBA8888 = packed(102, RGB, 1, 4, 0, 1, 2, 3, false, true, 201);
+constexpr FormatTraits kNV12 = yuv(103, SP, 8, 1, 1, false, 0);
+constexpr FormatTraits kYUV420P = yuv(104, PL, 8, 1, 1, false, 0);
+constexpr FormatTraits kYUV422P = yuv(105, PL, 8, 1, 0, false, 0);
+constexpr FormatTraits kYUV444P = yuv(106, PL, 8, 0, 0, false, 0);
+constexpr FormatTraits kYUV420P10 = yuv(107, PL, 10, 1, 1, false, 0);
+constexpr FormatTraits kP010 = yuv(108, SP, 10, 1, 1, false, 6);
+constexpr FormatTraits kP016 = yuv(109, SP, 16, 1, 1, false, 0);
+constexpr FormatTraits kYUV422P10 = yuv(110, PL, 10, 1, 0, false, 0);
+constexpr FormatTraits kYUV444P10 = yuv(111, PL, 10, 0, 0, false, 0);
+constexpr FormatTraits kYUV444P12 = yuv(112, PL, 12, 0, 0, false, 0);
+constexpr FormatTraits kYUV444P16 = yuv(113, PL, 16, 0, 0, false, 0);
+constexpr FormatTraits kRGBA16LE = packed(114, RGB, 2, 4, 0, 1, 2, 3, false, true, 202);
+constexpr FormatTraits kRGBA16BE = packed(115, RGB, 2, 4, 0, 1, 2, 3, true, true, 0);
+constexpr FormatTraits kYUV411P = yuv(116, PL, 8, 2, 0, false, 0);
+constexpr FormatTraits kRGB16LE = packed(117, RGB, 2, 3, 0, 1, 2, N, false, true, 0);
+constexpr FormatTraits kRGB16BE = packed(118, RGB, 2, 3, 0, 1, 2, N, true, true, 0);
+constexpr FormatTraits kBGR888 = packed(119, RGB, 1, 3, 2, 1, 0, N, false, true, 0);
+constexpr FormatTraits kBGRA8888 = packed(120, RGB, 1, 4, 2, 1, 0, 3, false, true, 0);
+constexpr FormatTraits kYUVA444P10 = yuv(124, PL, 10, 0, 0, true, 0);
+constexpr FormatTraits kYUVA444P12 = yuv(125, PL, 12, 0, 0, true, 0);
+// CMYK is refused by the crop and rotate objects.
+constexpr FormatTraits kCMYK = packed(126, ColorClass::CMYK, 1, 4, 0, 1, 2, 3, false, false, 0);
 
 constexpr FormatTraits kTable[] = {
     kRGB888, kRGBA8888, kNV12, kYUV420P, kYUV422P, kYUV444P, kYUV420P10, kP010, kP016, kYUV422P10,

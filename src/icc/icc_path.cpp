@@ -1,15 +1,15 @@
 // The ICC path of KROColorFunctions: CMYK sources are first turned into RGBA,
 // sizes are matched by the scalar CPU convertor, and the ICC profile engine
 // converts tightly packed rows, ten bands at a time on the worker pool.
-#include "api/icc_path.h"
+#include "icc/icc_path.h"
 
 #include <cstring>
 #include <memory>
 #include <new>
 
-#include "api/backend_selection.h"
-#include "api/frame.h"
-#include "api/pixel_format_table.h"
+#include "core/convertor.h"
+#include "core/frame.h"
+#include "core/pixel_format_table.h"
 #include "cpu/cpu_task.h"
 #include "icc/icc_engine.h"
 #include "icc/icc_transform.h"
