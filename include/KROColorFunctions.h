@@ -306,7 +306,12 @@ public:
     void cleanup();
 
     // Converts one frame. Plane and stride arrays hold as many entries as the
-    // format has planes; strides are in bytes.
+    // format has planes; strides are in bytes. Each plane must hold
+    // stride x rows bytes, the last row's padding included (rows: the frame
+    // height, or the chroma row count, rounded up, of a subsampled plane):
+    // when both descriptions and all strides are equal, the planes are copied
+    // as whole blocks of that size. Every other path reads and writes only the
+    // bytes of each row's own samples.
     KROReturn transcode(const uint8_t* const srcPlanes[], const int srcStrides[],
                         uint8_t* const dstPlanes[], const int dstStrides[]);
 
