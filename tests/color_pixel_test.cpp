@@ -8,7 +8,7 @@
 
 #include "KROColorFunctions.h"
 #include "color/color_science.h"
-#include "color/color_tables.h"
+#include "color/color_constants.h"
 
 using namespace KROCOLOR;
 

@@ -106,8 +106,8 @@ TEST(ColorTransfer, HlgOetfReferencePoints) {
 
 TEST(ColorTransfer, HlgEotfDisplayModel) {
     // gamma = 1.2 + 0.42 log10(203/1000), beta = sqrt(3 (0.005/203)^(1/gamma)).
-    EXPECT_NEAR(curves::kHlgGamma, 0.9091483359, 1e-7);
-    EXPECT_NEAR(curves::kHlgBeta, 0.005058612512, 1e-9);
+    EXPECT_NEAR(kHlgGamma, 0.9091483359, 1e-7);
+    EXPECT_NEAR(kHlgBeta, 0.005058612512, 1e-9);
 
     const Pixel g = HLG_EOTF(grey(0.75f));
     EXPECT_NEAR(g.c0, 0.300699118, 2e-6);

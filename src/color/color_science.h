@@ -1,29 +1,16 @@
 // The colour mathematics every backend follows, as pure per-pixel functions.
 // Nothing here allocates or fails; enumeration values without a rule of their
-// own take the defaults of color_tables.h and transfer_select.h. All functions
-// are reentrant and the tables are constants, so any number of threads may
-// call them at once.
+// own take the defaults of color_plan.h. All functions are reentrant and the
+// tables are constants, so any number of threads may call them at once.
 #pragma once
 
 #include <cstdint>
 
-#include "core/pixel_format_table.h"
-#include "color/pipeline_plan.h"
+#include "color/color_plan.h"
 #include "color/pixel.h"
+#include "core/pixel_format_table.h"
 
 namespace KROCOLOR {
-
-// The colour description of one side of a conversion.
-struct ColorSide {
-    const FormatTraits* format;  // a host row of the format table
-    int32_t range;               // full only for kColorRangeJpeg
-    int32_t primaries;
-    int32_t transfer;
-    int32_t matrix;
-};
-
-// Equal in format, range, primaries, transfer and matrix.
-bool sameDescription(const ColorSide& a, const ColorSide& b);
 
 // Stored codes (NativePixel convention of pixel.h) <-> working pixel.
 // quantise returns codes limited to [0, 2^d - 1], rounded half away from
@@ -49,33 +36,30 @@ Pixel PQ_EOTF(const Pixel& p, int32_t sourcePeak, int32_t dstTransfer);
 // Linear light times 0.1 (from HLG or PQ) or 0.05 (otherwise) -> PQ signal.
 Pixel PQ_OETF(const Pixel& p, int32_t srcTransfer);
 
-// Linear-light primaries matrix for a pair; the identity for pairs without
-// a table. Never null; the reference is to a constant.
-const Matrix3& primariesMatrix(int32_t srcPrimaries, int32_t dstPrimaries);
-
-// The whole pipeline for one pixel. sourcePeak is in cd/m2 (default 10000)
-// and matters only when both transfers are PQ.
+// The whole pipeline for one pixel: makeColorPlan, then the plan carried out
+// one stage after the other. sourcePeak is in cd/m2 (default 10000) and
+// matters only when both transfers are PQ.
 NativePixel convertPixel(const NativePixel& codes, const ColorSide& src, const ColorSide& dst,
                          int32_t sourcePeak);
 
-// The same pipeline with every per-frame decision (format rules, matrices,
-// curves, primaries, PQ factors) taken once at construction; run() converts
-// a run of pixels with exactly convertPixel's arithmetic. Construction is
-// cheap and allocates nothing; run() is const and may be called from many
-// threads at once.
+// A colour plan carried out over runs of pixels: the plan's stages mapped
+// once to row loops built from the same inline kernels as convertPixel, so
+// run() gives exactly convertPixel's codes. Construction is cheap and
+// allocates nothing; run() is const and may be called from many threads.
 class PixelPipeline {
 public:
+    explicit PixelPipeline(const ColorPlan& plan);
     PixelPipeline(const ColorSide& src, const ColorSide& dst, int32_t sourcePeak);
     // in and out may be the same array.
     void run(const NativePixel* in, NativePixel* out, int count) const;
 
-    using ReadStage = void (*)(const PipelineParams&, const NativePixel*, Pixel*, int);
-    using PixelStage = void (*)(const PipelineParams&, Pixel*, int);
-    using WriteStage = void (*)(const PipelineParams&, const Pixel*, NativePixel*, int);
+    using ReadStage = void (*)(const ColorPlan&, const NativePixel*, Pixel*, int);
+    using PixelStage = void (*)(const ColorPlan&, Pixel*, int);
+    using WriteStage = void (*)(const ColorPlan&, const Pixel*, NativePixel*, int);
 
 private:
     static constexpr int kMaxStages = 5;  // YUV->RGB, EOTF, primaries, OETF, RGB->YUV
-    PipelineParams params_;
+    ColorPlan plan_;
     ReadStage read_;
     PixelStage stages_[kMaxStages];
     int stageCount_;

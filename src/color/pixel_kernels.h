@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "color/color_tables.h"
-#include "color/pipeline_plan.h"
+#include "color/color_constants.h"
+#include "color/color_plan.h"
 #include "color/pixel.h"
 #include "color/transfer_curves.h"
 
@@ -41,19 +41,19 @@ inline Pixel normaliseRGB(const NativePixel& n, const FormatRule& r) {
 }
 
 inline Pixel normaliseCMYK(const NativePixel& n, const FormatRule&) {
-    const float k = 1.0f - n.c[3] / 255.0f;
-    return Pixel{clamp01((1.0f - n.c[0] / 255.0f) * k), clamp01((1.0f - n.c[1] / 255.0f) * k),
-                 clamp01((1.0f - n.c[2] / 255.0f) * k), 1.0f};
+    const float k = 1.0f - n.c[3] / kFullScale8;
+    return Pixel{clamp01((1.0f - n.c[0] / kFullScale8) * k), clamp01((1.0f - n.c[1] / kFullScale8) * k),
+                 clamp01((1.0f - n.c[2] / kFullScale8) * k), 1.0f};
 }
 
 // ITU-R BT.601/BT.709 video levels: Y 16..235, chroma 16..240 at 8 bits,
 // the same levels shifted up by d-8 bits for deeper samples.
 inline Pixel normaliseYUVLimited(const NativePixel& n, const FormatRule& r) {
     const float s = r.scale;
-    const float y = (n.c[0] / s - 16.0f) / 219.0f;
-    const float u = (n.c[1] / s - 128.0f) / 224.0f;
-    const float v = (n.c[2] / s - 128.0f) / 224.0f;
-    const float a = r.hasAlpha ? n.c[3] / s / 255.0f : 1.0f;
+    const float y = (n.c[0] / s - kVideoBlack) / kVideoLumaSpan;
+    const float u = (n.c[1] / s - kVideoChromaZero) / kVideoChromaSpan;
+    const float v = (n.c[2] / s - kVideoChromaZero) / kVideoChromaSpan;
+    const float a = r.hasAlpha ? n.c[3] / s / kFullScale8 : 1.0f;
     return Pixel{clamp01(y), clampChroma(u), clampChroma(v), clamp01(a)};
 }
 
@@ -86,16 +86,18 @@ inline NativePixel quantiseCMYK(const Pixel& p, const FormatRule&) {
         m = (1.0f - g - k) / (1.0f - k);
         y = (1.0f - b - k) / (1.0f - k);
     }
-    return NativePixel{{toCode(clamp01(c) * 255.0f, 255.0f), toCode(clamp01(m) * 255.0f, 255.0f),
-                        toCode(clamp01(y) * 255.0f, 255.0f), toCode(clamp01(k) * 255.0f, 255.0f)}};
+    const float f = kFullScale8;
+    return NativePixel{{toCode(clamp01(c) * f, f), toCode(clamp01(m) * f, f), toCode(clamp01(y) * f, f),
+                        toCode(clamp01(k) * f, f)}};
 }
 
 // Limited-range alpha uses 255 * 2^(d-8), so opaque is 1020 at 10 bits.
 inline NativePixel quantiseYUVLimited(const Pixel& p, const FormatRule& r) {
     const float s = r.scale, m = r.maxCode;
-    return NativePixel{{toCode((p.c0 * 219.0f + 16.0f) * s, m),
-                        toCode((p.c1 * 224.0f + 128.0f) * s, m),
-                        toCode((p.c2 * 224.0f + 128.0f) * s, m), toCode(p.a * 255.0f * s, m)}};
+    return NativePixel{{toCode((p.c0 * kVideoLumaSpan + kVideoBlack) * s, m),
+                        toCode((p.c1 * kVideoChromaSpan + kVideoChromaZero) * s, m),
+                        toCode((p.c2 * kVideoChromaSpan + kVideoChromaZero) * s, m),
+                        toCode(p.a * kFullScale8 * s, m)}};
 }
 
 inline NativePixel quantiseYUVFull(const Pixel& p, const FormatRule& r) {
@@ -133,8 +135,8 @@ inline Pixel rgbToYuvWith(const Matrix3& m, const Pixel& p) {
 
 // The class comes from B'-Y' and R'-Y' with Y' formed in double precision.
 inline Pixel rgbToYuvBT2020CL(const Pixel& p) {
-    const double y = 0.2627 * static_cast<double>(p.c0) + 0.678 * static_cast<double>(p.c1) +
-                     0.0593 * static_cast<double>(p.c2);
+    const double y = kBT2020LumaR * static_cast<double>(p.c0) + kBT2020LumaG * static_cast<double>(p.c1) +
+                     kBT2020LumaB * static_cast<double>(p.c2);
     const int cls = (static_cast<double>(p.c2) - y > 0.0 ? 2 : 0) +
                     (static_cast<double>(p.c0) - y > 0.0 ? 1 : 0);
     return rgbToYuvWith(*kBT2020CLRGBtoYUV[cls], p);
@@ -147,7 +149,7 @@ inline Pixel perChannel(const Pixel& p) {
     return Pixel{F(p.c0), F(p.c1), F(p.c2), p.a};
 }
 
-// ITU-R BT.2100 HLG EOTF with the display model of transfer_curves.h: black
+// ITU-R BT.2100 HLG EOTF with the display model of color_constants.h: black
 // lift, inverse OETF, then the OOTF Ys^(gamma-1) with Ys over BT.2020 weights.
 inline Pixel hlgEotf(const Pixel& p) {
     using namespace curves;
@@ -158,8 +160,8 @@ inline Pixel hlgEotf(const Pixel& p) {
     const float er = HLGInverseOETF(lr > 0.0f ? lr : 0.0f);
     const float eg = HLGInverseOETF(lg > 0.0f ? lg : 0.0f);
     const float eb = HLGInverseOETF(lb > 0.0f ? lb : 0.0f);
-    const double ys = 0.2627 * static_cast<double>(er) + 0.678 * static_cast<double>(eg) +
-                      0.0593 * static_cast<double>(eb);
+    const double ys = kBT2020LumaR * static_cast<double>(er) + kBT2020LumaG * static_cast<double>(eg) +
+                      kBT2020LumaB * static_cast<double>(eb);
     const float ootf = static_cast<float>(std::pow(ys, static_cast<double>(kHlgGamma) - 1.0));
     return Pixel{ootf * er, ootf * eg, ootf * eb, 1.0f};
 }
@@ -178,18 +180,12 @@ inline Pixel pqOetf(const Pixel& p, float scale) {
 
 // --- Row loops: one kernel over a run of pixels, no per-pixel dispatch -------
 
-using PixelStage = void (*)(const PipelineParams&, Pixel*, int);
+using PixelStage = void (*)(const ColorPlan&, Pixel*, int);
 
 template <float (*F)(float)>
-void rowCurve(const PipelineParams&, Pixel* px, int n) {
+void rowCurve(const ColorPlan&, Pixel* px, int n) {
     for (int i = 0; i < n; ++i) px[i] = perChannel<F>(px[i]);
 }
-
-// PQ_EOTF output factor: 10 towards HLG, 10000 / Lpk towards PQ (in double),
-// 20 towards every other transfer.
-double pqEotfRatio(int32_t sourcePeak, int32_t dstTransfer);
-// PQ_OETF input factor: 0.1 from HLG or PQ sources, 0.05 from SDR sources.
-float pqOetfScale(int32_t srcTransfer);
 
 }  // namespace kernels
 }  // namespace KROCOLOR

@@ -1,12 +1,10 @@
-// PixelPipeline: the per-pixel pipeline planned once per frame. The plan is a
-// short list of stage functions, each a loop over a block of pixels built from
-// one inline kernel of pixel_kernels.h; run() calls each stage once per block,
-// so no decision is taken per pixel.
-#include "KROColorFunctions.h"
+// PixelPipeline: a colour plan carried out over runs of pixels. The plan's
+// stages become a short list of stage functions, each a loop over a block of
+// pixels built from one inline kernel of pixel_kernels.h; run() calls each
+// stage once per block, so no decision is taken per pixel.
 #include "color/color_science.h"
-#include "color/color_tables.h"
+#include "color/curve_functions.h"
 #include "color/pixel_kernels.h"
-#include "color/transfer_select.h"
 
 namespace KROCOLOR {
 
@@ -17,12 +15,12 @@ using kernels::PixelStage;
 // --- Stage loops ------------------------------------------------------------
 
 template <Pixel (*K)(const NativePixel&, const FormatRule&)>
-void readStage(const PipelineParams& pp, const NativePixel* in, Pixel* px, int n) {
+void readStage(const ColorPlan& pp, const NativePixel* in, Pixel* px, int n) {
     for (int i = 0; i < n; ++i) px[i] = K(in[i], pp.src);
 }
 
 template <NativePixel (*K)(const Pixel&, const FormatRule&)>
-void writeStage(const PipelineParams& pp, const Pixel* px, NativePixel* out, int n) {
+void writeStage(const ColorPlan& pp, const Pixel* px, NativePixel* out, int n) {
     for (int i = 0; i < n; ++i) out[i] = K(px[i], pp.dst);
 }
 
@@ -48,93 +46,82 @@ PixelPipeline::WriteStage writeStageFor(SampleRule kind) {
     return &writeStage<kernels::quantiseNone>;
 }
 
-void yuvToRgbFixedStage(const PipelineParams& pp, Pixel* px, int n) {
-    const Matrix3& m = *pp.yuvToRgb;
+void yuvToRgbFixedStage(const ColorPlan& pp, Pixel* px, int n) {
+    const Matrix3& m = pp.yuvToRgb;
     for (int i = 0; i < n; ++i) px[i] = kernels::yuvToRgbWith(m, px[i]);
 }
-void yuvToRgbCLStage(const PipelineParams&, Pixel* px, int n) {
+void yuvToRgbCLStage(const ColorPlan&, Pixel* px, int n) {
     for (int i = 0; i < n; ++i) px[i] = kernels::yuvToRgbBT2020CL(px[i]);
 }
-void rgbToYuvFixedStage(const PipelineParams& pp, Pixel* px, int n) {
-    const Matrix3& m = *pp.rgbToYuv;
+void rgbToYuvFixedStage(const ColorPlan& pp, Pixel* px, int n) {
+    const Matrix3& m = pp.rgbToYuv;
     for (int i = 0; i < n; ++i) px[i] = kernels::rgbToYuvWith(m, px[i]);
 }
-void rgbToYuvCLStage(const PipelineParams&, Pixel* px, int n) {
+void rgbToYuvCLStage(const ColorPlan&, Pixel* px, int n) {
     for (int i = 0; i < n; ++i) px[i] = kernels::rgbToYuvBT2020CL(px[i]);
 }
-void primariesStage(const PipelineParams& pp, Pixel* px, int n) {
-    const Matrix3& m = *pp.primaries;
+void primariesStage(const ColorPlan& pp, Pixel* px, int n) {
+    const Matrix3& m = pp.primaries;
     for (int i = 0; i < n; ++i) px[i] = kernels::multiply(m, px[i]);
 }
-void hlgEotfStage(const PipelineParams&, Pixel* px, int n) {
+void hlgEotfStage(const ColorPlan&, Pixel* px, int n) {
     for (int i = 0; i < n; ++i) px[i] = kernels::hlgEotf(px[i]);
 }
-void pqEotfStage(const PipelineParams& pp, Pixel* px, int n) {
+void pqEotfStage(const ColorPlan& pp, Pixel* px, int n) {
     const double ratio = pp.pqRatio;
     for (int i = 0; i < n; ++i) px[i] = kernels::pqEotf(px[i], ratio);
 }
-void pqOetfStage(const PipelineParams& pp, Pixel* px, int n) {
+void pqOetfStage(const ColorPlan& pp, Pixel* px, int n) {
     const float scale = pp.pqScale;
     for (int i = 0; i < n; ++i) px[i] = kernels::pqOetf(px[i], scale);
 }
 
-bool isYuv(const FormatTraits* f) { return f && f->colorClass == ColorClass::YUV; }
+PixelPipeline::PixelStage toRgbStage(MatrixStage stage) {
+    return stage == MatrixStage::BT2020ConstantLuminance ? &yuvToRgbCLStage : &yuvToRgbFixedStage;
+}
+PixelPipeline::PixelStage toYuvStage(MatrixStage stage) {
+    return stage == MatrixStage::BT2020ConstantLuminance ? &rgbToYuvCLStage : &rgbToYuvFixedStage;
+}
+PixelPipeline::PixelStage decodeStage(Curve curve) {
+    if (curve == Curve::HLG) return &hlgEotfStage;
+    if (curve == Curve::PQ) return &pqEotfStage;
+    return eotfFunctions(curve).row;
+}
+PixelPipeline::PixelStage encodeStage(Curve curve) {
+    if (curve == Curve::PQ) return &pqOetfStage;
+    return oetfFunctions(curve).row;  // per channel, HLG included
+}
 
 // Pixels converted per block: the working pixels stay on the stack (1 KiB).
 constexpr int kBlock = 64;
 
 }  // namespace
 
-PixelPipeline::PixelPipeline(const ColorSide& src, const ColorSide& dst, int32_t sourcePeak)
-    : params_{formatRule(src.format, src.range),
-              formatRule(dst.format, dst.range),
-              &yuvToRgbTable(src.matrix),
-              &rgbToYuvTable(dst.matrix),
-              &primariesMatrix(src.primaries, dst.primaries),
-              kernels::pqEotfRatio(sourcePeak, dst.transfer),
-              kernels::pqOetfScale(src.transfer)},
-      read_(readStageFor(params_.src.kind)),
+PixelPipeline::PixelPipeline(const ColorPlan& plan)
+    : plan_(plan),
+      read_(readStageFor(plan.src.kind)),
       stages_{},
       stageCount_(0),
-      write_(writeStageFor(params_.dst.kind)) {
-    if (sameDescription(src, dst)) return;  // normalise and quantise only
-
-    if (isYuv(src.format))
-        stages_[stageCount_++] =
-            yuvMatrixKind(src.matrix) == YuvMatrixKind::BT2020ConstantLuminance
-                ? &yuvToRgbCLStage
-                : &yuvToRgbFixedStage;
-
-    if (src.primaries != dst.primaries || src.transfer != dst.transfer) {
-        if (src.transfer == kColorTransferARIB_STD_B67)
-            stages_[stageCount_++] = &hlgEotfStage;
-        else if (src.transfer == kColorTransferSMPTE2084)
-            stages_[stageCount_++] = &pqEotfStage;
-        else
-            stages_[stageCount_++] = genericEotf(src.transfer).row;
-
+      write_(writeStageFor(plan.dst.kind)) {
+    if (plan.toRgb != MatrixStage::None) stages_[stageCount_++] = toRgbStage(plan.toRgb);
+    if (plan.linearStages) {
+        stages_[stageCount_++] = decodeStage(plan.decode);
         stages_[stageCount_++] = &primariesStage;
-
-        if (dst.transfer == kColorTransferSMPTE2084)
-            stages_[stageCount_++] = &pqOetfStage;
-        else  // the generic table carries the per-channel HLG OETF for 18
-            stages_[stageCount_++] = genericOetf(dst.transfer).row;
+        stages_[stageCount_++] = encodeStage(plan.encode);
     }
-
-    if (isYuv(dst.format))
-        stages_[stageCount_++] =
-            yuvMatrixKind(dst.matrix) == YuvMatrixKind::BT2020ConstantLuminance
-                ? &rgbToYuvCLStage
-                : &rgbToYuvFixedStage;
+    if (plan.toYuv != MatrixStage::None) stages_[stageCount_++] = toYuvStage(plan.toYuv);
 }
+
+PixelPipeline::PixelPipeline(const ColorSide& src, const ColorSide& dst, int32_t sourcePeak)
+    : PixelPipeline(makeColorPlan(src, dst, sourcePeak)) {}
 
 void PixelPipeline::run(const NativePixel* in, NativePixel* out, int count) const {
     Pixel block[kBlock];
     for (int start = 0; start < count; start += kBlock) {
         const int n = count - start < kBlock ? count - start : kBlock;
-        read_(params_, in + start, block, n);
-        for (int s = 0; s < stageCount_; ++s) stages_[s](params_, block, n);
-        write_(params_, block, out + start, n);
+        read_(plan_, in + start, block, n);
+        for (int s = 0; s < stageCount_; ++s) stages_[s](plan_, block, n);
+        write_(plan_, block, out + start, n);
     }
 }
 

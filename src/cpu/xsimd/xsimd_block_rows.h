@@ -1,0 +1,126 @@
+// Block cursors over one row of the 8-bit formats that have vector readers
+// and writers: gather(x, c) fills the four channel vectors of pixels x .. x+3
+// (x a multiple of 4) with the samples the scalar reader returns; scatter
+// stores four pixels' codes exactly where the scalar writer stores them.
+#pragma once
+
+#include <cstring>
+
+#include "core/frame.h"
+#include "core/pixel_format_table.h"
+#include "cpu/xsimd/xsimd_vector.h"
+
+namespace KROCOLOR {
+namespace simd {
+
+inline __m128i load32(const uint8_t* p) {
+    int32_t v;
+    std::memcpy(&v, p, sizeof v);
+    return _mm_cvtsi32_si128(v);
+}
+inline VF bytesToFloats(__m128i bytes) {  // the low four bytes
+    const __m128i z = _mm_setzero_si128();
+    return VF(_mm_cvtepi32_ps(_mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, z), z)));
+}
+
+// 8-bit planar and semi-planar YUV: four luma bytes per block and the chroma
+// of the blocks covering them; chroma is stored only by the pixels at the
+// top-left corner of their chroma block.
+template <int32_t Code>
+struct YUV8Row {
+    static constexpr const FormatTraits& t = *formatTraits(Code);
+    static_assert(t.bytesPerSample == 1 && t.layout != PlaneLayout::Packed && !t.hasAlpha, "8-bit YUV");
+    static constexpr int sx = t.chromaShiftX;
+    static constexpr bool kSemi = t.layout == PlaneLayout::SemiPlanar;
+    uint8_t* luma;
+    uint8_t* u;
+    uint8_t* v;
+    bool chromaRow;
+
+    YUV8Row(const KROFrame& f, int y) {
+        const int cy = y >> t.chromaShiftY;
+        luma = f.planes[0] + ptrdiff_t{y} * f.strides[0];
+        u = f.planes[1] + ptrdiff_t{cy} * f.strides[1];
+        v = kSemi ? u : f.planes[2] + ptrdiff_t{cy} * f.strides[2];
+        chromaRow = (y & ((1 << t.chromaShiftY) - 1)) == 0;
+    }
+
+    void gather(int x, VF c[4]) const {
+        const __m128i z = _mm_setzero_si128();
+        c[0] = bytesToFloats(load32(luma + x));
+        if constexpr (kSemi) {  // u0 v0 u1 v1 for chroma samples x/2, x/2 + 1
+            const __m128i uv = _mm_unpacklo_epi16(_mm_unpacklo_epi8(load32(u + 2 * (x >> 1)), z), z);
+            c[1] = VF(_mm_cvtepi32_ps(_mm_shuffle_epi32(uv, _MM_SHUFFLE(2, 2, 0, 0))));
+            c[2] = VF(_mm_cvtepi32_ps(_mm_shuffle_epi32(uv, _MM_SHUFFLE(3, 3, 1, 1))));
+        } else if constexpr (sx == 0) {
+            c[1] = bytesToFloats(load32(u + x));
+            c[2] = bytesToFloats(load32(v + x));
+        } else if constexpr (sx == 1) {
+            const int cx = x >> 1;
+            c[1] = VF(_mm_cvtepi32_ps(_mm_setr_epi32(u[cx], u[cx], u[cx + 1], u[cx + 1])));
+            c[2] = VF(_mm_cvtepi32_ps(_mm_setr_epi32(v[cx], v[cx], v[cx + 1], v[cx + 1])));
+        } else {
+            const int cx = x >> sx;
+            c[1] = VF(static_cast<float>(u[cx]));
+            c[2] = VF(static_cast<float>(v[cx]));
+        }
+        c[3] = VF(1.0f);
+    }
+
+    void scatter(int x, const VI q[4]) const {
+        const __m128i y16 = _mm_packs_epi32(q[0], q[0]);
+        const int32_t y8 = _mm_cvtsi128_si32(_mm_packus_epi16(y16, y16));
+        std::memcpy(luma + x, &y8, sizeof y8);
+        if (!chromaRow) return;
+        alignas(16) int32_t cu[4], cv[4];
+        q[1].store_aligned(cu);
+        q[2].store_aligned(cv);
+        for (int lane = 0; lane < kLanes; lane += 1 << sx) {
+            const ptrdiff_t cx = (x + lane) >> sx;
+            if constexpr (kSemi) {
+                u[2 * cx] = static_cast<uint8_t>(cu[lane]);
+                u[2 * cx + 1] = static_cast<uint8_t>(cv[lane]);
+            } else {
+                u[cx] = static_cast<uint8_t>(cu[lane]);
+                v[cx] = static_cast<uint8_t>(cv[lane]);
+            }
+        }
+    }
+};
+
+// 8-bit packed formats with four samples per pixel (RGBA, BGRA, CMYK).
+template <int32_t Code>
+struct Packed4x8Row {
+    static constexpr const FormatTraits& t = *formatTraits(Code);
+    static_assert(t.bytesPerSample == 1 && t.samplesPerPixel == 4 && t.order[3] == 3, "four bytes per pixel");
+    // Which component sits at each position of the pixel.
+    static constexpr int at0 = t.order[0] == 0 ? 0 : t.order[1] == 0 ? 1 : 2;
+    static constexpr int at1 = t.order[0] == 1 ? 0 : t.order[1] == 1 ? 1 : 2;
+    static constexpr int at2 = t.order[0] == 2 ? 0 : t.order[1] == 2 ? 1 : 2;
+    uint8_t* row;
+
+    Packed4x8Row(const KROFrame& f, int y) : row(f.planes[0] + ptrdiff_t{y} * f.strides[0]) {}
+
+    void gather(int x, VF c[4]) const {
+        const __m128i z = _mm_setzero_si128();
+        const __m128i px = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 4 * ptrdiff_t{x}));
+        alignas(16) NativePixel stored[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(stored), _mm_unpacklo_epi8(px, z));
+        _mm_store_si128(reinterpret_cast<__m128i*>(stored + 2), _mm_unpackhi_epi8(px, z));
+        VF s[4];
+        codesToChannels(stored, s);  // s[k]: the sample at position k of each pixel
+        for (int k = 0; k < 4; ++k) c[k] = s[t.order[k]];
+    }
+
+    // Codes are packed to bytes as [pos0 x4 | pos2 x4 | pos1 x4 | pos3 x4],
+    // which two interleaving steps turn into pixel order.
+    void scatter(int x, const VI q[4]) const {
+        const __m128i b = _mm_packus_epi16(_mm_packs_epi32(q[at0], q[at2]), _mm_packs_epi32(q[at1], q[3]));
+        const __m128i e = _mm_unpacklo_epi8(b, _mm_srli_si128(b, 8));
+        const __m128i px = _mm_unpacklo_epi16(e, _mm_srli_si128(e, 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(row + 4 * ptrdiff_t{x}), px);
+    }
+};
+
+}  // namespace simd
+}  // namespace KROCOLOR

@@ -1,0 +1,28 @@
+#include "cpu/xsimd/xsimd_vector_plan.h"
+
+#include "cpu/xsimd/xsimd_color_stages.h"
+#include "cpu/xsimd/xsimd_sample_stages.h"
+
+namespace KROCOLOR {
+namespace simd {
+
+VectorPlan makeVectorPlan(const ColorPlan& colour, int32_t srcFormat, int32_t dstFormat) {
+    VectorPlan p{};
+    p.colour = colour;
+    p.reader = sampleAccessFor(srcFormat);
+    p.writer = sampleAccessFor(dstFormat);
+    p.read = chooseReader(srcFormat, colour.src.kind);
+    p.write = chooseWriter(dstFormat, colour.dst.kind);
+    if (colour.toRgb != MatrixStage::None) p.stages[p.stageCount++] = toRgbStage(colour.toRgb);
+    if (colour.linearStages) {
+        p.stages[p.stageCount++] = decodeStage(colour.decode);
+        p.stages[p.stageCount++] = primariesStage();
+        p.stages[p.stageCount++] = encodeStage(colour.encode);
+    }
+    if (colour.toYuv != MatrixStage::None) p.stages[p.stageCount++] = toYuvStage(colour.toYuv);
+    p.fused = chooseFused(colour, srcFormat, dstFormat);
+    return p;
+}
+
+}  // namespace simd
+}  // namespace KROCOLOR

@@ -1,0 +1,52 @@
+// The SIMD colour pass's plan of one frame: the colour plan of
+// color/color_plan.h with the vector stages that carry it out. Stages work on
+// a chunk of a row held as channel vectors (lane i = pixel x + i): a reader,
+// up to five colour stages and a writer, or one fused stage for the common
+// conversions without curves.
+#pragma once
+
+#include "core/frame.h"
+#include "color/color_plan.h"
+#include "cpu/sample_access.h"
+#include "cpu/xsimd/xsimd_vector.h"
+
+namespace KROCOLOR {
+namespace simd {
+
+// Pixels per chunk of a row: a multiple of the lane count, and small enough
+// that the channel vectors of a chunk stay in the first-level cache.
+constexpr int kChunk = 64;
+
+struct Lanes {
+    alignas(16) float c[4][kChunk];  // channel k of pixel i at c[k][i]
+
+    void load(int i, VF v[4]) const {
+        for (int k = 0; k < 4; ++k) v[k] = VF::load_aligned(&c[k][i]);
+    }
+    void store(int i, const VF v[4]) {
+        for (int k = 0; k < 4; ++k) v[k].store_aligned(&c[k][i]);
+    }
+};
+
+struct VectorPlan;
+using ReadStage = void (*)(const VectorPlan&, const KROFrame&, int y, int x0, int n, Lanes&);
+using ColourStage = void (*)(const VectorPlan&, Lanes&, int n);
+using WriteStage = void (*)(const VectorPlan&, KROFrame&, int y, int x0, int n, const Lanes&);
+using FusedStage = void (*)(const VectorPlan&, const KROFrame&, KROFrame&, int y, int x0, int n);
+
+struct VectorPlan {
+    ColorPlan colour;  // matrices, curves and PQ factors by value
+    SampleAccess reader;
+    SampleAccess writer;
+    ReadStage read;
+    ColourStage stages[5];
+    int stageCount;
+    WriteStage write;
+    FusedStage fused;  // the whole chunk in one pass, or null
+};
+
+// The vector stages of a colour plan between frames of these formats.
+VectorPlan makeVectorPlan(const ColorPlan& colour, int32_t srcFormat, int32_t dstFormat);
+
+}  // namespace simd
+}  // namespace KROCOLOR
