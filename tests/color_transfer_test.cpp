@@ -9,6 +9,7 @@
 
 #include "KROColorFunctions.h"
 #include "color/color_science.h"
+#include "color/color_constants.h"
 #include "color/transfer_curves.h"
 
 using namespace KROCOLOR;
@@ -88,7 +89,7 @@ TEST(ColorTransfer, ClampingFollowsTheCurve) {
     EXPECT_EQ(oetf(grey(2.0f), kColorTransferGAMMA18).c0, 1.0f);
 }
 
-TEST(ColorTransfer, HlgOetfReferencePoints) {
+TEST(ColorTransfer, HlgReferencePointsAndDisplayModel) {
     // ITU-R BT.2100 HLG: E = 1/12 -> 0.5, E = 1 -> 1.0, E = 0 -> 0; BT.2408
     // reference white: signal 0.75 <-> scene light 0.26496.
     EXPECT_NEAR(HLG_OETF(grey(1.0f / 12.0f)).c0, 0.5, 1e-6);
@@ -102,9 +103,8 @@ TEST(ColorTransfer, HlgOetfReferencePoints) {
     EXPECT_GT(HLG_OETF(grey(2.0f)).c0, 1.0f);
     // transfer 18 through the generic entry point is the same curve.
     EXPECT_EQ(oetf(grey(0.3f), kColorTransferARIB_STD_B67).c0, HLG_OETF(grey(0.3f)).c0);
-}
 
-TEST(ColorTransfer, HlgEotfDisplayModel) {
+    // EOTF display model:
     // gamma = 1.2 + 0.42 log10(203/1000), beta = sqrt(3 (0.005/203)^(1/gamma)).
     EXPECT_NEAR(kHlgGamma, 0.9091483359, 1e-7);
     EXPECT_NEAR(kHlgBeta, 0.005058612512, 1e-9);
@@ -124,7 +124,7 @@ TEST(ColorTransfer, HlgEotfDisplayModel) {
     EXPECT_EQ(eotf(grey(0.75f), kColorTransferARIB_STD_B67).c0, g.c0);
 }
 
-TEST(ColorTransfer, PqEotfPublishedLuminance) {
+TEST(ColorTransfer, PqPublishedLuminanceAndScales) {
     // SMPTE ST 2084: signal 0.5 -> 92.25 cd/m2, 0.75 -> 983.4, 1.0 -> 10000.
     // Towards PQ with a 10000 cd/m2 source peak the ratio is 1, so the output
     // is luminance / 10000.
@@ -146,9 +146,7 @@ TEST(ColorTransfer, PqEotfPublishedLuminance) {
         EXPECT_FLOAT_EQ(PQ_EOTF(grey(pt.signal), 4000, kColorTransferSMPTE2084).c2, p.c2 * 2.5f);
     }
     EXPECT_EQ(PQ_EOTF(grey(0.0f), 10000, kColorTransferBT709).c0, 0.0f);
-}
 
-TEST(ColorTransfer, PqOetfScaleBySourceTransfer) {
     // 100 cd/m2 is PQ signal 0.508078. Linear 1.0 from SDR means 500 cd/m2
     // (scale 0.05); from HLG or PQ 1000 cd/m2 (scale 0.1).
     EXPECT_NEAR(PQ_OETF(grey(0.2f), kColorTransferBT709).c0, 0.508078422, 2e-6);
