@@ -117,19 +117,14 @@ Curve genericEotfCurve(int32_t transfer) {
     }
 }
 
+// The same curves, except that BT.601 and BT.2020 10-bit encode without the
+// clamp of BT.709.
 Curve genericOetfCurve(int32_t transfer) {
     switch (transfer) {
     case kColorTransferGAMMA28:
     case kColorTransferSMPTE170M:
     case kColorTransferBT2020_10: return Curve::BT709Unclamped;
-    case kColorTransferGAMMA22: return Curve::Gamma22;
-    case kColorTransferGAMMA18: return Curve::Gamma18;
-    case kColorTransferDCIP3: return Curve::Gamma26;
-    case kColorTransferIEC61966_2_4: return Curve::XvYCC;
-    case kColorTransferIEC61966_2_1: return Curve::SRGB;
-    case kColorTransferBT2020_12: return Curve::BT2020_12;
-    case kColorTransferARIB_STD_B67: return Curve::HLG;
-    default: return Curve::BT709;  // clamped
+    default: return genericEotfCurve(transfer);
     }
 }
 

@@ -41,12 +41,8 @@ inline float BT709_OETF_unclamped(float x) {
     return bt709TypeOetf<kBT709Alpha, kBT709Offset, kBT709LinearThreshold>(x);
 }
 inline float BT709_OETF(float x) { return clamp01(BT709_OETF_unclamped(x)); }
-
-// SMPTE 170M / BT.601 and BT.2020 10-bit use the same formulas, unclamped.
-inline float BT601_EOTF(float x) { return BT709_EOTF(x); }
-inline float BT601_OETF(float x) { return BT709_OETF_unclamped(x); }
-inline float BT2020_EOTF(float x) { return BT709_EOTF(x); }
-inline float BT2020_OETF(float x) { return BT709_OETF_unclamped(x); }
+// SMPTE 170M / BT.601 and BT.2020 10-bit use the same formulas, the OETF
+// without the clamp.
 
 // ITU-R BT.2020 12-bit system constants.
 inline float BT2020_EOTF_12(float x) {
