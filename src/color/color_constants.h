@@ -299,8 +299,14 @@ inline constexpr float kHlgSignalThreshold = 0.5f;
 // ITU-R BT.2100 display model of the EOTF: nominal peak Lw = 203 cd/m2
 // (ITU-R BT.2408 reference white), black Lb = 0.005 cd/m2, gain 1; system
 // gamma 1.2 + 0.42 log10(Lw / 1000) and black lift sqrt(3 (Lb / Lw)^(1/gamma)).
+// The scalar pipeline and the GPU programs take the gamma as this constant;
+// the SIMD convertor evaluates the formula itself from the terms below, with
+// its own vector log10, which lands a few last bits away.
 inline constexpr float kHlgGamma = 0.90914834f;
 inline constexpr float kHlgBeta = 0.0050586125f;
+inline constexpr float kHlgGammaBase = 1.2f;
+inline constexpr float kHlgGammaSlope = 0.42f;
+inline constexpr float kHlgPeakOverReference = 203.0f / 1000.0f;  // Lw / 1000
 
 // SMPTE ST 2084 (PQ), single precision: m1 = 2610/16384, m2 = 2523/4096 * 128,
 // c1 = 3424/4096, c2 = 2413/4096 * 32, c3 = 2392/4096 * 32, and the

@@ -101,9 +101,9 @@ void curveStage(const VectorPlan&, Lanes& l, int n) {
 
 // ITU-R BT.2100 HLG EOTF: black lift, inverse OETF, then the OOTF
 // Ys^(gamma - 1) over the three channels together; alpha becomes 1.
-void hlgEotfStage(const VectorPlan&, Lanes& l, int n) {
+void hlgEotfStage(const VectorPlan& p, Lanes& l, int n) {
     const VF oneMinusBeta(1.0f - kHlgBeta), beta(kHlgBeta), zero(0.0f);
-    const VF exponent(kHlgGamma - 1.0f);
+    const VF exponent(p.hlgGamma - 1.0f);
     const VF kr(static_cast<float>(kBT2020LumaR)), kg(static_cast<float>(kBT2020LumaG)),
         kb(static_cast<float>(kBT2020LumaB));
     for (int i = 0; i < n; i += kLanes) {

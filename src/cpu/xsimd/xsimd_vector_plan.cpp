@@ -1,5 +1,7 @@
 #include "cpu/xsimd/xsimd_vector_plan.h"
 
+#include "color/color_constants.h"
+
 #include "cpu/xsimd/xsimd_color_stages.h"
 #include "cpu/xsimd/xsimd_sample_stages.h"
 
@@ -21,6 +23,9 @@ VectorPlan makeVectorPlan(const ColorPlan& colour, int32_t srcFormat, int32_t ds
     }
     if (colour.toYuv != MatrixStage::None) p.stages[p.stageCount++] = toYuvStage(colour.toYuv);
     p.fused = chooseFused(colour, srcFormat, dstFormat);
+    // BT.2100 system gamma 1.2 + 0.42 log10(Lw / 1000), through xsimd's log10
+    // like every other transcendental step of this convertor.
+    p.hlgGamma = (VF(kHlgGammaBase) + VF(kHlgGammaSlope) * xsimd::log10(VF(kHlgPeakOverReference))).get(0);
     return p;
 }
 

@@ -43,6 +43,7 @@ struct VectorPlan {
     int stageCount;
     WriteStage write;
     FusedStage fused;  // the whole chunk in one pass, or null
+    float hlgGamma;    // BT.2100 system gamma, from the vector log10
 };
 
 // The vector stages of a colour plan between frames of these formats.
