@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <set>
@@ -12,8 +13,8 @@
 namespace KROCOLOR {
 namespace {
 
-// Holds every caller until `expected` threads have arrived, so the threads
-// of one run are alive at the same time and their ids are distinct.
+// Holds every caller until `expected` have arrived: the slots that arrive
+// must be running at the same time, on distinct threads.
 class Rendezvous {
 public:
     explicit Rendezvous(int expected) : expected_(expected) {}
@@ -27,7 +28,14 @@ private:
     std::atomic<int> arrived_{0};
 };
 
-TEST(CpuTaskTest, CountBelowOneBecomesOneSlot) {
+// Which thread ran each item, and how many items that slot's copy of the job
+// had seen by then.
+struct Visit {
+    std::thread::id thread;
+    int callsOnCopy;
+};
+
+TEST(CpuTaskTest, SlotCountIsAtLeastOne) {
     for (int n : {0, -3}) {
         CPUTask task(n);
         EXPECT_EQ(task.threadCount(), 1);
@@ -36,139 +44,156 @@ TEST(CpuTaskTest, CountBelowOneBecomesOneSlot) {
         task.join();
         EXPECT_EQ(seen, (std::vector<int>{0, 1, 2, 3, 4}));
     }
-    EXPECT_EQ(CPUTask().threadCount(), kDefaultThreadCount);
-    EXPECT_EQ(kDefaultThreadCount, 10);
+    EXPECT_EQ(CPUTask().threadCount(), 10);
 }
 
+// Slot i takes i, i + 10, ...; all ten slots are alive at once on distinct
+// threads; each owns its copy of the job.
 TEST(CpuTaskTest, RunIndicesInterleavesBySlot) {
     CPUTask task(10);
     Rendezvous all(10);
     std::mutex m;
-    std::map<int, std::thread::id> owner;
-    task.runIndices(25, [&](int i) {
-        if (i < 10) all.arrive();  // the first item of every slot
+    std::map<int, Visit> visits;
+    task.runIndices(25, [&, calls = 0](int i) mutable {
+        ++calls;  // per-copy state: one shared job would count to 25
+        if (i < 10) all.arrive();
         std::lock_guard<std::mutex> lock(m);
-        owner[i] = std::this_thread::get_id();
+        visits[i] = {std::this_thread::get_id(), calls};
     });
     task.join();
-    ASSERT_EQ(owner.size(), 25u);
+    ASSERT_EQ(visits.size(), 25u);
     std::set<std::thread::id> distinct;
-    for (int i = 0; i < 10; ++i) distinct.insert(owner[i]);
+    for (int i = 0; i < 10; ++i) distinct.insert(visits[i].thread);
     EXPECT_EQ(distinct.size(), 10u);
-    // Slot 3 takes 3, 13 and 23; every item shares its thread with i mod 10.
-    EXPECT_EQ(owner[13], owner[3]);
-    EXPECT_EQ(owner[23], owner[3]);
-    for (int i = 10; i < 25; ++i) EXPECT_EQ(owner[i], owner[i % 10]) << i;
+    for (int i = 0; i < 25; ++i) {
+        EXPECT_EQ(visits[i].thread, visits[i % 10].thread) << i;
+        EXPECT_EQ(visits[i].callsOnCopy, i / 10 + 1) << i;
+    }
 }
 
-TEST(CpuTaskTest, EveryThreadOwnsItsCopyOfTheJob) {
-    CPUTask task(10);
-    std::atomic<int> maxCalls{0};
-    std::atomic<int> total{0};
-    task.runIndices(25, [calls = 0, &maxCalls, &total](int) mutable {
-        ++calls;  // per-copy state: a shared object would count to 25
-        total.fetch_add(1);
-        int m = maxCalls.load();
-        while (calls > m && !maxCalls.compare_exchange_weak(m, calls)) {
-        }
-    });
-    task.join();
-    EXPECT_EQ(total.load(), 25);
-    EXPECT_EQ(maxCalls.load(), 3);  // slots 0-4 take three items, 5-9 two
-}
-
-TEST(CpuTaskTest, RunPixelsThreeByThreeOnTenSlots) {
-    CPUTask task(10);
-    Rendezvous nine(9);
-    std::mutex m;
-    std::map<std::pair<int, int>, int> visits;
-    std::set<std::thread::id> threads;
-    task.runPixels(3, 3, [&](int x, int y) {
-        nine.arrive();  // nine pixels, each on its own live thread
-        std::lock_guard<std::mutex> lock(m);
-        ++visits[{x, y}];
-        threads.insert(std::this_thread::get_id());
-    });
-    task.join();
-    ASSERT_EQ(visits.size(), 9u);
-    for (const auto& v : visits) EXPECT_EQ(v.second, 1);
-    EXPECT_EQ(threads.size(), 9u);
-}
-
-TEST(CpuTaskTest, RunPixelsRowMajorInterleave) {
-    // With one slot the visiting order is the linear order x = k % w, y = k / w.
-    CPUTask task(1);
-    std::vector<std::pair<int, int>> order;
-    task.runPixels(3, 2, [&order](int x, int y) { order.emplace_back(x, y); });
-    task.join();
-    EXPECT_EQ(order, (std::vector<std::pair<int, int>>{{0, 0}, {1, 0}, {2, 0}, {0, 1}, {1, 1}, {2, 1}}));
-}
-
-TEST(CpuTaskTest, EmptyExtentsDoNothing) {
+TEST(CpuTaskTest, RunPixelsVisitsEveryPixelOnce) {
+    {  // 3 x 3 on ten slots: nine slots take one pixel each, each on its own thread
+        CPUTask task(10);
+        Rendezvous nine(9);
+        std::mutex m;
+        std::map<std::pair<int, int>, int> visits;
+        std::set<std::thread::id> threads;
+        task.runPixels(3, 3, [&](int x, int y) {
+            nine.arrive();
+            std::lock_guard<std::mutex> lock(m);
+            ++visits[{x, y}];
+            threads.insert(std::this_thread::get_id());
+        });
+        task.join();
+        ASSERT_EQ(visits.size(), 9u);
+        for (const auto& v : visits) EXPECT_EQ(v.second, 1);
+        EXPECT_EQ(threads.size(), 9u);
+    }
+    {  // one slot visits in linear order x = k % w, y = k / w
+        CPUTask task(1);
+        std::vector<std::pair<int, int>> order;
+        task.runPixels(3, 2, [&order](int x, int y) { order.emplace_back(x, y); });
+        task.join();
+        EXPECT_EQ(order, (std::vector<std::pair<int, int>>{{0, 0}, {1, 0}, {2, 0}, {0, 1}, {1, 1}, {2, 1}}));
+    }
     CPUTask task(10);
     std::atomic<int> calls{0};
     task.runPixels(0, 5, [&calls](int, int) { calls.fetch_add(1); });
-    task.join();
     task.runPixels(5, 0, [&calls](int, int) { calls.fetch_add(1); });
-    task.join();
     task.runIndices(0, [&calls](int) { calls.fetch_add(1); });
     task.join();
     EXPECT_EQ(calls.load(), 0);
 }
 
 TEST(CpuTaskTest, RunSlicesReportsFailure) {
+    CPUTask task(10);
+    std::atomic<int> slotMask{0};
+    task.runSlices([&slotMask](int slot, int n) {
+        EXPECT_EQ(n, 10);
+        slotMask.fetch_or(1 << slot);
+        return true;
+    });
+    task.join();
+    EXPECT_EQ(slotMask.load(), 0x3FF);
+    EXPECT_EQ(task.hasFailed(), 0);
+    for (int failing : {0, 7}) {  // the calling thread's slot and a worker's
+        CPUTask one(10);
+        one.runSlices([failing](int slot, int) { return slot != failing; });
+        one.join();
+        EXPECT_EQ(one.hasFailed(), 1);
+        one.runSlices([](int, int) { return true; });  // never cleared
+        one.join();
+        EXPECT_EQ(one.hasFailed(), 1);
+    }
+}
+
+// join() and the destructor return only after the slowest slot, and its
+// writes are visible then.
+TEST(CpuTaskTest, StageEndsWithItsSlowestSlot) {
+    std::vector<int> written(10, 0);
+    auto job = [&written](int i) {
+        if (i == 9) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        written[static_cast<size_t>(i)] = i + 1;
+    };
     {
         CPUTask task(10);
-        std::atomic<int> slotMask{0};
-        task.runSlices([&slotMask](int slot, int n) {
-            EXPECT_EQ(n, 10);
-            slotMask.fetch_or(1 << slot);
+        task.runIndices(10, job);
+        task.join();
+        EXPECT_EQ(written[9], 10);
+        written.assign(10, 0);
+        task.runIndices(10, job);  // no join: the destructor ends the stage
+    }
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(written[static_cast<size_t>(i)], i + 1);
+}
+
+// Each stage after the first runs on threads that served an earlier one;
+// threads made per stage would never have seen one.
+TEST(CpuTaskTest, WorkersOutliveTheirStage) {
+    thread_local int lastStage = -1;
+    for (int stage = 0; stage < 5; ++stage) {
+        std::atomic<int> reused{0};
+        CPUTask task(10);
+        task.runSlices([&](int slot, int) {
+            if (slot != 0 && lastStage >= 0 && lastStage < stage) reused.fetch_add(1);
+            lastStage = stage;
             return true;
         });
         task.join();
-        EXPECT_EQ(slotMask.load(), 0x3FF);
-        EXPECT_EQ(task.hasFailed(), 0);
-    }
-    {
-        CPUTask task(10);
-        task.runSlices([](int slot, int) { return slot != 7; });
-        task.join();
-        EXPECT_EQ(task.hasFailed(), 1);
-        // The flag is never cleared, not even by a later successful run.
-        task.runSlices([](int, int) { return true; });
-        task.join();
-        EXPECT_EQ(task.hasFailed(), 1);
-    }
-    {
-        CPUTask task(10);
-        task.runSlices([](int, int) { return false; });  // all fail: still bit 0 only
-        task.join();
-        EXPECT_EQ(task.hasFailed(), 1);
+        if (stage > 0) {
+            EXPECT_GT(reused.load(), 0) << stage;
+        }
     }
 }
 
-TEST(CpuTaskTest, DestructorJoinsUnjoinedThreads) {
-    std::atomic<int> done{0};
-    {
+// Stages on several threads at once, and stages started from inside a job,
+// each get ten live slots of their own: the rendezvous would never complete
+// if two stages had to share a worker.
+TEST(CpuTaskTest, ConcurrentAndNestedStages) {
+    constexpr int kCallers = 6, kStages = 20;
+    std::atomic<int> wrong{0};
+    auto stage = [&wrong](int seed) {
         CPUTask task(10);
-        task.runIndices(100, [&done](int) {
-            std::this_thread::yield();
-            done.fetch_add(1);
+        Rendezvous all(10);
+        std::vector<int> out(100, -1);
+        task.runIndices(100, [&](int i) {
+            if (i < 10) all.arrive();
+            out[static_cast<size_t>(i)] = i * seed;
         });
-    }
-    EXPECT_EQ(done.load(), 100);
-}
+        task.join();
+        for (int i = 0; i < 100; ++i)
+            if (out[static_cast<size_t>(i)] != i * seed) wrong.fetch_add(1);
+    };
+    std::vector<std::thread> callers;
+    for (int c = 0; c < kCallers; ++c)
+        callers.emplace_back([&stage, c] {
+            for (int s = 0; s < kStages; ++s) stage(c * kStages + s);
+        });
+    for (auto& t : callers) t.join();
 
-TEST(CpuTaskTest, JoinTwiceAndRunAgain) {
-    CPUTask task(4);
-    std::atomic<int> sum{0};
-    task.runIndices(10, [&sum](int i) { sum.fetch_add(i); });
-    task.join();
-    task.join();  // nothing left to wait for
-    EXPECT_EQ(sum.load(), 45);
-    task.runIndices(10, [&sum](int i) { sum.fetch_add(i); });
-    task.join();
-    EXPECT_EQ(sum.load(), 90);
+    CPUTask outer(10);
+    outer.runIndices(10, [&stage](int i) { stage(i + 1000); });
+    outer.join();
+    EXPECT_EQ(wrong.load(), 0);
 }
 
 }  // namespace
