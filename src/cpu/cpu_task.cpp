@@ -1,36 +1,73 @@
 #include "cpu/cpu_task.h"
 
+#include <condition_variable>
 #include <cstdint>
 #include <exception>
+#include <mutex>
 #include <thread>
 #include <vector>
 
 namespace KROCOLOR {
 
-// A thread that runs one slot of some stage at a time and parks in between.
+// Each thread that takes part (the caller or a worker) may call in this many
+// more workers while slots are unclaimed: a wake-up tree instead of the
+// caller waking every worker itself.
+constexpr int kHelpersPerParticipant = 2;
+
+struct CPUTask::Stage {
+    Stage(const std::function<void(int)>& loop, int n)
+        : count(n), slots(new std::function<void(int)>[static_cast<size_t>(n)]), helpersLeft(n - 1), unfinished(n) {
+        for (int i = 0; i < n; ++i) slots[i] = loop;  // every slot owns its copy
+    }
+
+    // The next unclaimed slot, or `count` when none is left.
+    int claim() {
+        const int s = next.fetch_add(1, std::memory_order_relaxed);
+        return s < count ? s : count;
+    }
+    bool slotsLeft() const { return next.load(std::memory_order_relaxed) < count; }
+
+    void finishSlot() {
+        // Notified under the lock: join() cannot see zero and go on before
+        // the notification is complete.
+        std::lock_guard<std::mutex> lock(mutex);
+        if (--unfinished == 0) allDone.notify_one();
+    }
+
+    const int count;
+    std::unique_ptr<std::function<void(int)>[]> slots;
+    std::atomic<int> next{0};
+    std::atomic<int> helpersLeft;  // workers that may still be called in
+    std::mutex mutex;
+    std::condition_variable allDone;
+    int unfinished;  // slots not finished yet
+};
+
+// A thread that helps one stage at a time and parks in between.
 class ParkedWorker {
 public:
-    // Hands the worker a slot; it must be parked (taken from the idle set).
-    void give(CPUTask* task, int slot) {
+    using Stage = CPUTask::Stage;
+
+    // Calls in up to `wanted` workers for `stage` while it has unclaimed slots
+    // and helpers left, parked ones first, new ones otherwise.
+    static void callHelpers(const std::shared_ptr<Stage>& stage, int wanted) noexcept;
+
+private:
+    void give(const std::shared_ptr<Stage>& stage) {
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            task_ = task;
-            slot_ = slot;
+            stage_ = stage;
         }
         wake_.notify_one();
     }
-
-    // Starts a new worker already holding `slot` of `task`; null when no
-    // thread (or no memory) can be had.
-    static ParkedWorker* spawn(CPUTask* task, int slot) noexcept;
-
-private:
+    // Starts a new worker already holding `stage`; false when no thread (or
+    // no memory) can be had.
+    static bool spawn(const std::shared_ptr<Stage>& stage) noexcept;
     void loop();
 
     std::mutex mutex_;
     std::condition_variable wake_;
-    CPUTask* task_ = nullptr;
-    int slot_ = 0;
+    std::shared_ptr<Stage> stage_;  // the stage to help next
 };
 
 namespace {
@@ -58,9 +95,10 @@ public:
         idle_.push_back(w);
     }
 
-    // Counts one more worker; false when there is no room to park it later.
+    // Counts one more worker; false at the limit or without room to park it.
     bool count() {
         std::lock_guard<std::mutex> lock(mutex_);
+        if (total_ >= static_cast<size_t>(kMaxWorkers)) return false;
         try {
             idle_.reserve(total_ + 1);
         } catch (const std::bad_alloc&) {
@@ -82,89 +120,90 @@ private:
 
 }  // namespace
 
-ParkedWorker* ParkedWorker::spawn(CPUTask* task, int slot) noexcept {
+void ParkedWorker::callHelpers(const std::shared_ptr<Stage>& stage, int wanted) noexcept {
+    for (int i = 0; i < wanted && stage->slotsLeft(); ++i) {
+        if (stage->helpersLeft.fetch_sub(1, std::memory_order_relaxed) <= 0) return;
+        if (ParkedWorker* w = IdleWorkers::instance().take())
+            w->give(stage);
+        else if (!spawn(stage))
+            return;
+    }
+}
+
+bool ParkedWorker::spawn(const std::shared_ptr<Stage>& stage) noexcept {
     IdleWorkers& idle = IdleWorkers::instance();
-    if (!idle.count()) return nullptr;
+    if (!idle.count()) return false;
     ParkedWorker* w = new (std::nothrow) ParkedWorker;
     if (w) {
-        w->task_ = task;
-        w->slot_ = slot;
+        w->stage_ = stage;
         try {
             std::thread(&ParkedWorker::loop, w).detach();
-            return w;
+            return true;
         } catch (const std::exception&) {
             delete w;
         }
     }
     idle.uncount();
-    return nullptr;
+    return false;
 }
 
 void ParkedWorker::loop() {
     for (;;) {
-        CPUTask* task;
-        int slot;
+        std::shared_ptr<Stage> stage;
         {
             std::unique_lock<std::mutex> lock(mutex_);
-            wake_.wait(lock, [this] { return task_ != nullptr; });
-            task = task_;
-            slot = slot_;
-            task_ = nullptr;
+            wake_.wait(lock, [this] { return stage_ != nullptr; });
+            stage.swap(stage_);
         }
-        task->slots_[slot](slot);
-        // Parked again before the stage can end, so the next stage of the
-        // same caller finds this worker instead of starting another.
-        IdleWorkers::instance().put(this);
-        task->finishSlot();  // the last use of `task`: join() may return now
+        callHelpers(stage, kHelpersPerParticipant);
+        bool parked = false;
+        for (int s = stage->claim(); s < stage->count;) {
+            stage->slots[s](s);
+            const int following = stage->claim();
+            // Parked again before this stage can end, so the caller's next
+            // stage finds this worker instead of starting another.
+            if (following == stage->count) {
+                IdleWorkers::instance().put(this);
+                parked = true;
+            }
+            stage->finishSlot();
+            s = following;
+        }
+        stage.reset();  // a late worker may hold the stage past its end; nothing else does
+        if (!parked) IdleWorkers::instance().put(this);
     }
 }
 
-CPUTask::CPUTask(int threadCount)
-    : count_(threadCount < 1 ? 1 : threadCount), slots_(new std::function<void(int)>[static_cast<size_t>(count_)]) {}
+CPUTask::CPUTask(int threadCount) : count_(threadCount < 1 ? 1 : threadCount) {}
 
 CPUTask::~CPUTask() { join(); }
 
 void CPUTask::start(const std::function<void(int)>& loop) {
     join();
-    for (int i = 0; i < count_; ++i) slots_[i] = loop;  // may throw before anything runs
-    running_ = true;
-    pending_ = count_ - 1;
-    callerFrom_ = count_;
-    IdleWorkers& idle = IdleWorkers::instance();
-    for (int i = 1; i < count_; ++i) {
-        if (ParkedWorker* w = idle.take()) {
-            w->give(this, i);
-        } else if (!ParkedWorker::spawn(this, i)) {
-            callerFrom_ = i;
-            std::lock_guard<std::mutex> lock(mutex_);
-            pending_ -= count_ - i;
-            break;
-        }
-    }
-}
-
-void CPUTask::finishSlot() {
-    // Notified under the lock: join() cannot see zero and destroy the pool
-    // before this notification is complete.
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (--pending_ == 0) allDone_.notify_one();
+    stage_ = std::make_shared<Stage>(loop, count_);  // may throw before anything runs
+    ParkedWorker::callHelpers(stage_, kHelpersPerParticipant);
 }
 
 void CPUTask::join() {
-    if (!running_) return;
+    if (!stage_) return;
+    Stage& stage = *stage_;
     std::exception_ptr error;
-    try {
-        slots_[0](0);
-        for (int i = callerFrom_; i < count_; ++i) slots_[i](i);
-    } catch (...) {
-        error = std::current_exception();
+    for (int s = stage.claim(); s < stage.count; s = stage.claim()) {
+        try {
+            stage.slots[s](s);
+        } catch (...) {
+            if (!error) error = std::current_exception();
+        }
+        stage.finishSlot();
     }
     {
-        std::unique_lock<std::mutex> lock(mutex_);
-        allDone_.wait(lock, [this] { return pending_ == 0; });
+        std::unique_lock<std::mutex> lock(stage.mutex);
+        stage.allDone.wait(lock, [&stage] { return stage.unfinished == 0; });
     }
-    running_ = false;
-    for (int i = 0; i < count_; ++i) slots_[i] = nullptr;
+    // Every slot is done, so no one reads the copies any more; release them
+    // here rather than on whichever thread lets the stage go last.
+    for (int i = 0; i < stage.count; ++i) stage.slots[i] = nullptr;
+    stage_.reset();
     if (error) std::rethrow_exception(error);
 }
 

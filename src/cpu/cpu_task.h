@@ -1,39 +1,48 @@
-// One stage of a CPU conversion spread over n slots (10 in the library):
+// One stage of a CPU conversion split into n slots (10 in the library):
 // work is assigned statically and interleaved (slot i takes items i, i + n,
-// ...), and the stage is over only when every slot has finished.
+// ...), and the stage is over only when every slot has finished. Which thread
+// runs a slot never changes what the slot computes, so results do not depend
+// on it.
 //
-// The threads are not made per stage. Slot 0 and any slot that found no
-// thread run on the calling thread inside join(); slots 1 .. n-1 are handed
-// to parked workers of one process-wide set, which grows on demand (a worker
-// is started only when none is parked) and never shrinks. Every stage takes
-// its own workers, so stages on several threads at once, and a job that
-// itself runs a stage, never wait for each other's slots. Each worker runs
-// one slot at a time and parks again on its own condition variable.
+// The threads are not made per stage. Slots are claimed in order, one at a
+// time, by the calling thread (inside join()) and by up to n - 1 workers from
+// one process-wide set of parked threads. The caller wakes two workers, each
+// woken worker wakes up to two more while slots are unclaimed, so the wake-up
+// cost is spread over the workers and a small stage that the caller finishes
+// alone wakes few. Workers that come late find nothing left and park again;
+// join() waits for slots, not for them. A worker is started only when none is
+// parked, and the set never shrinks (it stops growing at kMaxWorkers).
+//
+// Stages on several threads at once, and a job that itself runs a stage, each
+// call in their own workers, and the caller always takes part, so a stage
+// completes even when no worker can be had. Jobs must not wait for each other
+// (nothing in the library does): with few workers a slot may run only after
+// another slot on the same thread has finished.
 //
 // Workers are detached and deliberately never destroyed: nothing joins them
 // at process exit, so exit cannot hang on them, and no static destructor
 // touches the set while a worker may still use it.
 //
-// Thread creation failure: the slots that found no worker run on the calling
-// thread in join(), so a stage completes with the same result and no
-// exception. Only the per-slot copies of the job may throw (std::bad_alloc,
-// before any slot runs); the convertors report that as kKRORunCPUKernelError.
+// Failures: a thread that cannot be started only means fewer helpers; no
+// exception leaves a run operation for it. The per-slot copies of the job may
+// throw std::bad_alloc before any slot runs; the convertors report that as
+// kKRORunCPUKernelError.
 //
-// Thread safety: a CPUTask is driven by one thread. Only the failure flag
-// and the count of slots still running are written by the workers; join()
-// is the happens-before edge between their writes and the caller.
+// Thread safety: a CPUTask is driven by one thread. Workers write only the
+// failure flag and the stage's own counters; join() is the happens-before
+// edge between their writes and the caller.
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 namespace KROCOLOR {
 
 constexpr int kDefaultThreadCount = 10;
+// Parked workers kept at most; beyond it stages run on fewer threads.
+constexpr int kMaxWorkers = 256;
 
 class CPUTask {
 public:
@@ -52,31 +61,25 @@ public:
     // Slot i calls job(i, n) once; a false result sets bit 0 of the failure flag.
     void runSlices(const std::function<bool(int slot, int slotCount)>& job);
 
-    // Runs the calling thread's slots, then waits until every slot is done.
-    // An exception from a job on the calling thread is rethrown after the
-    // other slots have finished.
+    // Runs unclaimed slots on the calling thread, then waits until every slot
+    // is done. An exception from a job on the calling thread is rethrown
+    // after all slots have finished (an exception on a worker terminates, as
+    // on any thread).
     void join();
     int32_t hasFailed() const { return failed_.load(std::memory_order_acquire); }
     int threadCount() const { return count_; }
 
 private:
+    struct Stage;  // what the caller and its workers share for one run
     friend class ParkedWorker;
 
-    // Copies `loop` into every slot and hands slots 1 .. n-1 to workers.
-    // A stage still running from an earlier run is joined first.
+    // Copies `loop` into every slot and calls in the first workers. A stage
+    // still running from an earlier run is joined first.
     void start(const std::function<void(int slot)>& loop);
-    // Called by a worker once its slot is done; the last one wakes join().
-    void finishSlot();
 
     std::atomic<int32_t> failed_{0};
     int count_;
-    std::unique_ptr<std::function<void(int)>[]> slots_;
-    bool running_ = false;
-    int callerFrom_ = 0;  // slots from here on found no worker
-
-    std::mutex mutex_;
-    std::condition_variable allDone_;
-    int pending_ = 0;  // slots handed to workers and not yet finished
+    std::shared_ptr<Stage> stage_;  // the stage running, or none
 };
 
 }  // namespace KROCOLOR
