@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "core/frame.h"
 #include "core/pixel_format_table.h"
 #include "color/pixel.h"
 
@@ -22,8 +23,16 @@ struct ColorSide {
     int32_t matrix;
 };
 
-// Equal in format, range, primaries, transfer and matrix.
+// The colour description a frame carries.
+inline ColorSide colorSideOf(const KROFrame& f) {
+    return ColorSide{formatTraits(f.format), f.range, f.primaries, f.transfer, f.matrix};
+}
+
+// Equal in format, range, primaries, transfer and matrix: no colour work.
 bool sameDescription(const ColorSide& a, const ColorSide& b);
+inline bool sameDescription(const KROFrame& a, const KROFrame& b) {
+    return sameDescription(colorSideOf(a), colorSideOf(b));
+}
 
 // How stored codes of one format and range map to the working pixel.
 enum class SampleRule : uint8_t {

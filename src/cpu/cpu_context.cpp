@@ -21,20 +21,11 @@ namespace {
 // enough that the per-chunk calls vanish against the per-pixel work.
 constexpr int kChunk = 256;
 
-ColorSide colorSide(const KROFrame& f) {
-    return ColorSide{formatTraits(f.format), f.range, f.primaries, f.transfer, f.matrix};
-}
-
 bool sameSize(const KROFrame& a, const KROFrame& b) {
     return a.width == b.width && a.height == b.height;
 }
 
 }  // namespace
-
-bool sameColourDescription(const KROFrame& a, const KROFrame& b) {
-    return a.format == b.format && a.range == b.range && a.primaries == b.primaries &&
-           a.transfer == b.transfer && a.matrix == b.matrix;
-}
 
 bool sameCopyStrides(const KROFrame& a, const KROFrame& b) {
     const FormatTraits* t = formatTraits(a.format);
@@ -70,7 +61,7 @@ void runColorStage(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool 
     const SampleAccess reader = sampleAccessFor(src.format);
     const SampleAccess writer = sampleAccessFor(dst.format);
     if (!reader.readRow || !writer.writeRow) return;  // not addressable: nothing to do
-    const PixelPipeline pipeline(colorSide(src), colorSide(dst), sourcePeak);
+    const PixelPipeline pipeline(colorSideOf(src), colorSideOf(dst), sourcePeak);
     const int width = dst.width;
 
     auto convertRow = [&](int y) {
@@ -110,7 +101,7 @@ KROReturn CPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
         updateSourcePeak(metaData_, sourcePeak_);
 
         if (sameSize(*src, *dst)) {
-            if (sameCopyStrides(*src, *dst) && sameColourDescription(*src, *dst)) {
+            if (sameCopyStrides(*src, *dst) && sameDescription(*src, *dst)) {
                 copyFramePlanes(*src, *dst);
                 return kKROSuccess;
             }
@@ -121,7 +112,7 @@ KROReturn CPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
         const bool threaded =
             useWorkerPool(src->width, src->height) && useWorkerPool(dst->width, dst->height);
         const KROFrame* scaleSource = src;
-        if (!sameColourDescription(*src, *dst)) {
+        if (!sameDescription(*src, *dst)) {
             if (!colorStage_.ensure(dst->format, src->width, src->height)) return kKRORunCPUKernelError;
             KROFrame& stage = colorStage_.frame();
             stage.range = dst->range;

@@ -60,9 +60,6 @@ private:
 // Throws std::system_error when worker threads cannot start.
 void runColorStage(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool threaded);
 
-// Format, range, primaries, transfer and matrix all agree: no colour work.
-bool sameColourDescription(const KROFrame& a, const KROFrame& b);
-
 // The stride test of the copy short-cut: strides 0-2 and, for the formats
 // with an alpha plane, stride 3 agree.
 bool sameCopyStrides(const KROFrame& a, const KROFrame& b);

@@ -21,6 +21,12 @@ struct PlanePadding {
     }
 };
 
+// Strides and byte sizes of the planes of a frame the library allocates for
+// itself. False when the format has no CPU layout, the size is not positive,
+// a stride would not fit 32 bits or a plane's size would not fit memory.
+bool layOutPlanes(int32_t format, int width, int height, const PlanePadding& padding,
+                  int32_t strides[4], size_t sizes[4]);
+
 class IntermediateFrame {
 public:
     IntermediateFrame() = default;

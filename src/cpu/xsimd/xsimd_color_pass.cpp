@@ -9,17 +9,9 @@
 
 namespace KROCOLOR {
 
-namespace {
-
-ColorSide colorSide(const KROFrame& f) {
-    return ColorSide{formatTraits(f.format), f.range, f.primaries, f.transfer, f.matrix};
-}
-
-}  // namespace
-
 void xsimdColorPass(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool threaded) {
     using namespace simd;
-    const ColorPlan colour = makeColorPlan(colorSide(src), colorSide(dst), sourcePeak);
+    const ColorPlan colour = makeColorPlan(colorSideOf(src), colorSideOf(dst), sourcePeak);
     const VectorPlan plan = makeVectorPlan(colour, src.format, dst.format);
     if (!plan.reader || !plan.writer) return;  // not addressable: nothing to do
     const PixelPipeline tail(colour);

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "color/color_plan.h"
 #include "core/convertor.h"
 #include "cpu/cpu_context.h"
 #include "cpu/geometry_kernels.h"
@@ -14,7 +15,7 @@ KROReturn XSimdCPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
     try {
         updateSourcePeak(metaData_, sourcePeak_);
         if (src->width == dst->width && src->height == dst->height) {
-            if (sameColourDescription(*src, *dst) && sameCopyStrides(*src, *dst)) {
+            if (sameDescription(*src, *dst) && sameCopyStrides(*src, *dst)) {
                 copyFramePlanes(*src, *dst);
                 return kKROSuccess;
             }
@@ -28,7 +29,7 @@ KROReturn XSimdCPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
         // are, exactly as the scalar convertor does; otherwise the colour
         // pass runs first, at source size, into the intermediate frame.
         const KROFrame* scaleSource = src;
-        if (!sameColourDescription(*src, *dst)) {
+        if (!sameDescription(*src, *dst)) {
             if (!intermediate_.fits(dst->format, src->width, src->height))
                 intermediate_.build(dst->format, src->width, src->height);
             if (!intermediate_.usable()) return kKRORunCPUKernelError;

@@ -1,6 +1,6 @@
 #include "cpu/xsimd/xsimd_frame.h"
 
-#include <climits>
+#include "cpu/intermediate_frame.h"
 
 namespace KROCOLOR {
 
@@ -11,21 +11,13 @@ void XSimdFrame::build(int32_t format, int width, int height) {
     frame_.width = width;
     frame_.height = height;
     frame_.name = nextFrameName();
-    const FormatTraits* t = formatTraits(format);
-    if (!isCpuAddressable(t) || width <= 0 || height <= 0) return;
-
-    const int planes = planeCount(*t);
-    int64_t strides[4] = {0, 0, 0, 0};
-    int64_t sizes[4] = {0, 0, 0, 0};
-    for (int p = 0; p < planes; ++p) {
-        strides[p] = planeRowBytes(*t, p, width);
-        if (strides[p] > INT32_MAX) return;
-        sizes[p] = strides[p] * planeRows(*t, p, height);  // < 2^62: no overflow
-    }
-    for (int p = 0; p < planes; ++p) {
-        frame_.planes[p] = static_cast<uint8_t*>(KROXSimd::malloc(static_cast<uint64_t>(sizes[p])));
+    int32_t strides[4];
+    size_t sizes[4];
+    if (!layOutPlanes(format, width, height, PlanePadding{}, strides, sizes)) return;
+    for (int p = 0; p < planeCount(*formatTraits(format)); ++p) {
+        frame_.planes[p] = static_cast<uint8_t*>(KROXSimd::malloc(sizes[p]));
         if (!frame_.planes[p]) return;
-        frame_.strides[p] = static_cast<int32_t>(strides[p]);
+        frame_.strides[p] = strides[p];
     }
 }
 
