@@ -2,6 +2,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstdint>
 
 namespace KROCOLOR {
 namespace icc {
@@ -91,6 +92,71 @@ double solveCurve(const ICCCurve& curve, double target, double x0, double x1) {
     return x1;
 }
 
+// For each target j / (n - 1) the table segment its secant search starts on:
+// the lowest-numbered segment that rises or falls through the target, else
+// the lowest flat segment lying exactly at the target's height, else none
+// (kNoSegment). Curves that are flat at an end (log encodings, clipped
+// tables) have many solutions there; preferring a sloped segment picks the
+// one next to the curve's working range, where the curve is linear and the
+// secant method lands on the solution at once.
+//
+// The targets rise with j, so the targets a segment covers are one run of j,
+// found from an estimate corrected by the exact comparisons. Segments are
+// visited in index order and each claims only the targets no earlier segment
+// took (a skip list of unclaimed targets), which keeps the whole search
+// linear even for tables that are not monotonic.
+constexpr uint32_t kNoSegment = UINT32_MAX;
+
+std::vector<uint32_t> startSegments(const ICCCurve& curve, double step) {
+    const uint32_t n = curve.tableEntries;
+    const double last = static_cast<double>(n - 1);
+    auto target = [step](uint32_t j) { return static_cast<double>(j) * step; };
+    // First j in [0, n] whose target is not below `value` (with `after`:
+    // is above it). The comparison is monotonic in j, so walking from the
+    // estimate value * (n - 1) to where it changes gives the exact answer.
+    auto firstTarget = [&](double value, bool after) {
+        auto below = [&](uint32_t j) { return after ? target(j) <= value : target(j) < value; };
+        const double guess = value * last;
+        uint32_t j = guess <= 0.0 ? 0 : (guess >= last ? n - 1 : static_cast<uint32_t>(guess));
+        while (j < n && below(j)) ++j;
+        while (j > 0 && !below(j - 1)) --j;
+        return j;
+    };
+    std::vector<uint32_t> chosen(n, kNoSegment), flat(n, kNoSegment);
+    // nextFree[j]: the lowest target >= j not yet claimed by a sloped segment.
+    std::vector<uint32_t> unclaimed(static_cast<size_t>(n) + 1);
+    uint32_t* sloped = chosen.data();
+    uint32_t* nextFree = unclaimed.data();
+    for (uint32_t j = 0; j <= n; ++j) nextFree[j] = j;
+    auto findFree = [nextFree](uint32_t j) {
+        uint32_t root = j;
+        while (nextFree[root] != root) root = nextFree[root];
+        while (nextFree[j] != root) {
+            const uint32_t up = nextFree[j];
+            nextFree[j] = root;
+            j = up;
+        }
+        return root;
+    };
+    for (uint32_t i = 0; i + 1 < n; ++i) {
+        const double a = tableEntry(curve, i), b = tableEntry(curve, i + 1);
+        const double lo = a < b ? a : b, hi = a < b ? b : a;
+        const uint32_t begin = firstTarget(lo, false), end = firstTarget(hi, true);
+        if (a == b) {
+            for (uint32_t j = begin; j < end; ++j)
+                if (flat[j] == kNoSegment) flat[j] = i;
+            continue;
+        }
+        for (uint32_t j = findFree(begin); j < end; j = findFree(j)) {
+            sloped[j] = i;
+            nextFree[j] = j + 1;
+        }
+    }
+    for (uint32_t j = 0; j < n; ++j)
+        if (sloped[j] == kNoSegment) sloped[j] = flat[j];
+    return chosen;
+}
+
 }  // namespace
 
 void invertTableCurve(const ICCCurve& curve, std::vector<uint8_t>& storage, ICCCurve* inverse) {
@@ -99,38 +165,14 @@ void invertTableCurve(const ICCCurve& curve, std::vector<uint8_t>& storage, ICCC
     storage.assign(static_cast<size_t>(n) * (wide ? 2 : 1), 0);
     const double maxCode = wide ? 65535.0 : 255.0;
     const double step = 1.0 / static_cast<double>(n - 1);
-    // The secant method starts on the first table segment that rises (or
-    // falls) through the target, where the curve is linear, so it lands on
-    // the segment's solution at once. Curves that are flat at an end (log
-    // encodings, clipped tables) have many solutions there; preferring a
-    // sloped segment picks the one next to the curve's working range. A flat
-    // segment at the target height is used only when no sloped one exists.
-    // With entries that rise throughout, the search for the next target
-    // resumes at the last segment found.
-    bool rising = true;
-    for (uint32_t i = 1; i < n && rising; ++i) rising = tableEntry(curve, i) >= tableEntry(curve, i - 1);
-    uint32_t from = 0;
+    const std::vector<uint32_t> segments = startSegments(curve, step);
     for (uint32_t j = 0; j < n; ++j) {
         const double target = static_cast<double>(j) * step;
         double x0 = 0.0, x1 = 1.0;
-        bool sloped = false, flat = false;
-        for (uint32_t i = rising ? from : 0; i + 1 < n; ++i) {
-            const double lo = tableEntry(curve, i), hi = tableEntry(curve, i + 1);
-            if (!((lo <= target && target <= hi) || (hi <= target && target <= lo))) continue;
-            if (lo != hi) {
-                x0 = i * step;
-                x1 = (i + 1) * step;
-                from = i;
-                sloped = true;
-                break;
-            }
-            if (!flat) {
-                x0 = i * step;
-                x1 = (i + 1) * step;
-                flat = true;
-            }
+        if (segments[j] != kNoSegment) {
+            x0 = segments[j] * step;
+            x1 = (segments[j] + 1) * step;
         }
-        (void)sloped;
         const double x = solveCurve(curve, target, x0, x1);
         double code = std::floor(x * maxCode + 0.5);
         if (code < 0.0) code = 0.0;
