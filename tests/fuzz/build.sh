@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Builds one libFuzzer target of this folder against the library compiled by
+# clang with coverage, AddressSanitizer and UndefinedBehaviorSanitizer. The
+# library is built once per build folder (CMake, so its source list is the
+# project's own) and shared by every fuzzer.
+# Usage: tests/fuzz/build.sh <build-dir> <fuzzer name, e.g. api_fuzzer>
+# Prints the path of the fuzzer binary.
+set -euo pipefail
+root="$(cd "$(dirname "$0")/../.." && pwd)"
+build="$1"
+name="$2"
+lib="$build/fuzz-lib"
+cc="${CLANG:-clang}"
+cxx="${CLANGXX:-clang++}"
+for tool in "$cc" "$cxx"; do
+  if ! command -v "$tool" >/dev/null; then
+    echo "fuzz build: $tool not found (install scripts/deps/icc.txt)" >&2
+    exit 1
+  fi
+done
+flags="-g -O1 -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=undefined"
+cmake -S "$root" -B "$lib" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+  -DCMAKE_BUILD_TYPE=Fuzz -DCMAKE_CXX_FLAGS="$flags -fsanitize=fuzzer-no-link" \
+  -DKRO_SANITIZE=OFF -DKRO_BUILD_TESTS=OFF -DKRO_BUILD_BENCH=OFF -DKRO_BUILD_TOOLS=OFF \
+  -DKRO_BUILD_EXAMPLES=OFF >"$lib.log" 2>&1 || { cat "$lib.log" >&2; exit 1; }
+cmake --build "$lib" --target kro_internal -j"$(nproc)" >>"$lib.log" 2>&1 || { tail -40 "$lib.log" >&2; exit 1; }
+mkdir -p "$build/fuzzers"
+# shellcheck disable=SC2046
+"$cxx" -std=c++17 $flags -fsanitize=fuzzer -ffp-contract=off -I"$root/include" -I"$root/src" \
+  "$root/tests/fuzz/$name.cpp" "$lib/libkro_internal.a" $(pkg-config --libs libswscale libavutil) -lpthread \
+  -o "$build/fuzzers/$name"
+echo "$build/fuzzers/$name"
