@@ -3,7 +3,8 @@
 // metadata, ICC profiles, crop rectangles, orientations, byte-format
 // converters and their byte counts, Lab inputs). Frames sit on guarded pages
 // (tests/fuzz/guarded_memory.h) with each plane ending right at an
-// inaccessible page, so any read or write past a plane faults. Beyond "no
+// inaccessible page, so any read or write past a plane faults (planes are
+// as large as the call's contract asks, no larger). Beyond "no
 // crash", each call must return a code with a message, never change its
 // source, and leave the destination untouched when it refuses.
 #include <fuzzer/FuzzedDataProvider.h>
@@ -144,7 +145,8 @@ void pickSize(FuzzedDataProvider& in, int32_t format, int* width, int* height) {
 }
 
 // A host plane row is `row` bytes; returns the caller's stride for it.
-int pickStride(FuzzedDataProvider& in, int64_t row, int64_t rows) {
+// `wholeLastRow`: the caller must give stride x rows bytes.
+int pickStride(FuzzedDataProvider& in, int64_t row, int64_t rows, bool wholeLastRow) {
     const int kind = in.ConsumeIntegralInRange(0, 15);
     const int64_t r = row > INT32_MAX ? INT32_MAX : row;
     int64_t stride;
@@ -154,9 +156,10 @@ int pickStride(FuzzedDataProvider& in, int64_t row, int64_t rows) {
     else if (kind == 13) stride = 0;
     else if (kind == 14) stride = in.ConsumeBool() ? -r : -in.ConsumeIntegralInRange(1, 64);
     else stride = in.ConsumeIntegral<int32_t>();
-    // A far larger stride than the row is honest only with one row; larger
-    // buffers than that are not worth the time.
-    if (stride > r + 4096 && rows > 1) stride = r + stride % 4096;
+    // A far larger stride than the row needs no more memory only when the
+    // plane has one row and its padding need not be there; larger buffers
+    // than that are not worth the time.
+    if (stride > r + 4096 && (rows > 1 || wholeLastRow)) stride = r + stride % 4096;
     if (stride > INT32_MAX) stride = INT32_MAX;
     return static_cast<int>(stride);
 }
@@ -189,7 +192,11 @@ struct Frame {
     int entries = 0;
     bool nullArrays = false;
 
-    void build(FuzzedDataProvider& in, int32_t format, int width, int height, Noise* noise, uint8_t pattern) {
+    // `wholeLastRow`: the plane holds stride x rows bytes, the last row's
+    // padding included, as KROColorFunctions::transcode asks of its callers;
+    // otherwise it ends right after the last row's own bytes.
+    void build(FuzzedDataProvider& in, int32_t format, int width, int height, bool wholeLastRow, Noise* noise,
+               uint8_t pattern) {
         PlaneShape s;
         const bool host = hostShape(format, &s);
         const bool undescribable = widestRow(format, width) > INT32_MAX;
@@ -201,10 +208,11 @@ struct Frame {
         for (int p = 0; p < entries; ++p) {
             const int64_t row = host && width > 0 ? rowBytes(s, p, width) : 16;
             const int64_t rows = !host ? 4 : (height > 0 ? planeRows(s, p, height) : 0);
-            const int stride = pickStride(in, row, rows);
+            const int stride = pickStride(in, row, rows, wholeLastRow);
             // The smallest buffer an honest caller gives for that stride;
             // a stride the library must refuse gets tight rows.
             int64_t bytes = rows == 0 ? 0 : (stride >= row ? int64_t{stride} * (rows - 1) + row : row * rows);
+            if (wholeLastRow && stride >= row) bytes = int64_t{stride} * rows;
             // Sizes are small except where some side of the call has rows no
             // stride describes: then the call must be refused, and small
             // buffers stand in for the ones no caller could allocate (the
@@ -462,8 +470,8 @@ void runColourFunctions(FuzzedDataProvider& in, Noise& noise, bool iccBias) {
             else object = std::move(copy);
         }
         Frame src, dst;
-        src.build(in, srcFormat, object->getSrcW(), object->getSrcH(), &noise, 0);
-        dst.build(in, dstFormat, object->getDstW(), object->getDstH(), nullptr, in.ConsumeIntegral<uint8_t>());
+        src.build(in, srcFormat, object->getSrcW(), object->getSrcH(), true, &noise, 0);
+        dst.build(in, dstFormat, object->getDstW(), object->getDstH(), true, nullptr, in.ConsumeIntegral<uint8_t>());
         trace("transcode (%d x %d, %d) -> (%d x %d, %d)", object->getSrcW(), object->getSrcH(), srcFormat,
               object->getDstW(), object->getDstH(), dstFormat);
         src.describe("source");
@@ -491,8 +499,8 @@ void runCrop(FuzzedDataProvider& in, Noise& noise) {
         if (in.ConsumeBool()) crop->setHWContext(pickContext(in));
         if (in.ConsumeBool()) crop->setHWSync(in.ConsumeBool());
         Frame src, dst;
-        src.build(in, format, sw, sh, &noise, 0);
-        dst.build(in, format, cw, ch, nullptr, in.ConsumeIntegral<uint8_t>());
+        src.build(in, format, sw, sh, false, &noise, 0);
+        dst.build(in, format, cw, ch, false, nullptr, in.ConsumeIntegral<uint8_t>());
         src.describe("source");
         dst.describe("destination");
         const KROReturn code = crop->transcode(src.sourcePlanes(), src.strides(), dst.destinationPlanes(), dst.strides());
@@ -516,8 +524,8 @@ void runRotate(FuzzedDataProvider& in, Noise& noise) {
         if (in.ConsumeBool()) rotate->setHWContext(pickContext(in));
         if (in.ConsumeBool()) rotate->setHWSync(in.ConsumeBool());
         Frame src, dst;
-        src.build(in, format, sw, sh, &noise, 0);
-        dst.build(in, format, dw, dh, nullptr, in.ConsumeIntegral<uint8_t>());
+        src.build(in, format, sw, sh, false, &noise, 0);
+        dst.build(in, format, dw, dh, false, nullptr, in.ConsumeIntegral<uint8_t>());
         src.describe("source");
         dst.describe("destination");
         const KROReturn code = rotate->transcode(src.sourcePlanes(), src.strides(), dst.destinationPlanes(), dst.strides());
