@@ -351,6 +351,33 @@ std::string pickMetaValue(FuzzedDataProvider& in) {
 // ---------------------------------------------------------------------------
 // The operations.
 
+// One transcode of any of the three front objects on fresh frames.
+template <typename Object>
+void transcodeOnce(FuzzedDataProvider& in, Noise& noise, Object& object, int32_t srcFormat, int sw, int sh,
+                   int32_t dstFormat, int dw, int dh, bool wholeLastRow) {
+    Frame src, dst;
+    src.build(in, srcFormat, sw, sh, wholeLastRow, &noise, 0);
+    dst.build(in, dstFormat, dw, dh, wholeLastRow, nullptr, in.ConsumeIntegral<uint8_t>());
+    trace("transcode (%d x %d, %d) -> (%d x %d, %d)", sw, sh, srcFormat, dw, dh, dstFormat);
+    src.describe("source");
+    dst.describe("destination");
+    const KROReturn code = object.transcode(src.sourcePlanes(), src.strides(), dst.destinationPlanes(), dst.strides());
+    trace("  -> %d", code);
+    checkCall(code, src, dst);
+}
+
+// Settings and calls of the crop and rotate objects.
+template <typename Object>
+void geometryCalls(FuzzedDataProvider& in, Noise& noise, Object& object, int32_t format, int sw, int sh, int dw,
+                   int dh) {
+    const int calls = in.ConsumeIntegralInRange(1, 2);
+    for (int call = 0; call < calls; ++call) {
+        if (in.ConsumeBool()) object.setHWContext(pickContext(in));
+        if (in.ConsumeBool()) object.setHWSync(in.ConsumeBool());
+        transcodeOnce(in, noise, object, format, sw, sh, format, dw, dh, false);
+    }
+}
+
 void colourSetting(FuzzedDataProvider& in, KROColorFunctions& object, ProfileChoice profiles[2]) {
     switch (in.ConsumeIntegralInRange(0, 9)) {
     case 0:
@@ -469,16 +496,8 @@ void runColourFunctions(FuzzedDataProvider& in, Noise& noise, bool iccBias) {
             if (assign) *object = *copy;
             else object = std::move(copy);
         }
-        Frame src, dst;
-        src.build(in, srcFormat, object->getSrcW(), object->getSrcH(), true, &noise, 0);
-        dst.build(in, dstFormat, object->getDstW(), object->getDstH(), true, nullptr, in.ConsumeIntegral<uint8_t>());
-        trace("transcode (%d x %d, %d) -> (%d x %d, %d)", object->getSrcW(), object->getSrcH(), srcFormat,
-              object->getDstW(), object->getDstH(), dstFormat);
-        src.describe("source");
-        dst.describe("destination");
-        const KROReturn code = object->transcode(src.sourcePlanes(), src.strides(), dst.destinationPlanes(), dst.strides());
-        trace("  -> %d", code);
-        checkCall(code, src, dst);
+        transcodeOnce(in, noise, *object, srcFormat, object->getSrcW(), object->getSrcH(), dstFormat,
+                      object->getDstW(), object->getDstH(), true);
     }
 }
 
@@ -494,19 +513,7 @@ void runCrop(FuzzedDataProvider& in, Noise& noise) {
     if (!crop) return;
     int cx = 0, cy = 0, cw = 0, ch = 0;
     if (crop->getcropRect(&cx, &cy, &cw, &ch) != kKROSuccess) fail("getcropRect failed", 0);
-    const int calls = in.ConsumeIntegralInRange(1, 2);
-    for (int call = 0; call < calls; ++call) {
-        if (in.ConsumeBool()) crop->setHWContext(pickContext(in));
-        if (in.ConsumeBool()) crop->setHWSync(in.ConsumeBool());
-        Frame src, dst;
-        src.build(in, format, sw, sh, false, &noise, 0);
-        dst.build(in, format, cw, ch, false, nullptr, in.ConsumeIntegral<uint8_t>());
-        src.describe("source");
-        dst.describe("destination");
-        const KROReturn code = crop->transcode(src.sourcePlanes(), src.strides(), dst.destinationPlanes(), dst.strides());
-        trace("  transcode -> %d", code);
-        checkCall(code, src, dst);
-    }
+    geometryCalls(in, noise, *crop, format, sw, sh, cw, ch);
 }
 
 void runRotate(FuzzedDataProvider& in, Noise& noise) {
@@ -519,19 +526,7 @@ void runRotate(FuzzedDataProvider& in, Noise& noise) {
     if (!rotate) return;
     int dw = 0, dh = 0;
     if (rotate->getDstWH(&dw, &dh) != kKROSuccess) fail("getDstWH failed", 0);
-    const int calls = in.ConsumeIntegralInRange(1, 2);
-    for (int call = 0; call < calls; ++call) {
-        if (in.ConsumeBool()) rotate->setHWContext(pickContext(in));
-        if (in.ConsumeBool()) rotate->setHWSync(in.ConsumeBool());
-        Frame src, dst;
-        src.build(in, format, sw, sh, false, &noise, 0);
-        dst.build(in, format, dw, dh, false, nullptr, in.ConsumeIntegral<uint8_t>());
-        src.describe("source");
-        dst.describe("destination");
-        const KROReturn code = rotate->transcode(src.sourcePlanes(), src.strides(), dst.destinationPlanes(), dst.strides());
-        trace("  transcode -> %d", code);
-        checkCall(code, src, dst);
-    }
+    geometryCalls(in, noise, *rotate, format, sw, sh, dw, dh);
 }
 
 // The direct byte-format converters with the bytes per pixel they read and
