@@ -1,30 +1,27 @@
 // The scalar CPU convertor end to end: the copy short-cut, the pipeline over
-// every host format at awkward sizes, scaling with and without a colour
-// stage, the source peak from metadata, and the libswscale path.
+// every host format at awkward sizes on guard-page frames, scaling with and
+// without a colour stage, and the source peak from metadata. The libswscale
+// path has its own file.
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <vector>
-
-extern "C" {
-#include <libswscale/swscale.h>
-}
 
 #include "KROColorFunctions.h"
 #include "color/color_science.h"
 #include "cpu/cpu_context.h"
 #include "cpu/geometry_kernels.h"
 #include "cpu/sample_access.h"
+#include "support/format_sweep.h"
 #include "support/frame_buffers.h"
 
 using namespace KROCOLOR;
 using KROCOLOR::test::FrameBuffers;
+using KROCOLOR::test::guardPlacement;
 
 namespace {
 
-// Every format the CPU kernels address.
-const int32_t kHostFormats[] = {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 113,
-                                114, 115, 116, 117, 118, 119, 120, 124, 125, 126};
+const std::vector<int32_t> kHostFormats = test::cpuFormats();
 
 struct Description {
     int32_t primaries, transfer, matrix, range;
@@ -59,28 +56,34 @@ bool samePlanes(const FrameBuffers& a, const FrameBuffers& b) {
 
 class CopyShortCut : public ::testing::TestWithParam<int32_t> {};
 
+// Odd heights: half-height chroma counts truncate, and the copy must stop
+// inside planes that end at a guard page.
 TEST_P(CopyShortCut, IdenticalDescriptionsAndStridesCopyBytes) {
     const int32_t format = GetParam();
-    const int w = 7, h = 5;  // odd height: half-height chroma counts truncate
-    FrameBuffers src(format, w, h, 2), dst(format, w, h, 2);
-    src.fillRandom(format);
-    std::vector<std::vector<uint8_t>> before;
-    for (int p = 0; p < dst.planeCount(); ++p) {
-        std::memset(dst.plane(p), 0xA5, dst.size(p));
-        before.emplace_back(dst.plane(p), dst.plane(p) + dst.size(p));
-    }
-    const Description desc{1, 1, 1, 1};
-    KROFrame s = frameOf(src, desc), d = frameOf(dst, desc);
-    CPUContext cpu;
-    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
     const FormatTraits& t = *formatTraits(format);
-    for (int p = 0; p < dst.planeCount(); ++p) {
-        size_t copied = size_t(src.stride(p)) * h;
-        if ((p == 1 || p == 2) && t.layout != PlaneLayout::Packed) copied >>= t.chromaShiftY;
-        ASSERT_LE(copied, dst.size(p));
-        EXPECT_EQ(std::memcmp(dst.plane(p), src.plane(p), copied), 0) << format << " plane " << p;
-        EXPECT_EQ(std::memcmp(dst.plane(p) + copied, before[p].data() + copied, dst.size(p) - copied), 0)
-            << format << " plane " << p << " beyond the copied bytes";
+    unsigned i = 0;
+    for (const test::FrameSize& size : test::kAwkwardSizes) {
+        const int h = size.height, pad = i % 3;
+        FrameBuffers src(format, size.width, h, pad, guardPlacement(i)), dst(format, size.width, h, pad, guardPlacement(i + 1));
+        ++i;
+        src.fillRandom(format + i);
+        std::vector<std::vector<uint8_t>> before;
+        for (int p = 0; p < dst.planeCount(); ++p) {
+            std::memset(dst.plane(p), 0xA5, dst.size(p));
+            before.emplace_back(dst.plane(p), dst.plane(p) + dst.size(p));
+        }
+        const Description desc{1, 1, 1, 1};
+        KROFrame s = frameOf(src, desc), d = frameOf(dst, desc);
+        CPUContext cpu;
+        ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+        for (int p = 0; p < dst.planeCount(); ++p) {
+            size_t copied = size_t(src.stride(p)) * h;
+            if ((p == 1 || p == 2) && t.layout != PlaneLayout::Packed) copied >>= t.chromaShiftY;
+            ASSERT_LE(copied, dst.size(p));
+            EXPECT_EQ(std::memcmp(dst.plane(p), src.plane(p), copied), 0) << format << " plane " << p << " " << i;
+            EXPECT_EQ(std::memcmp(dst.plane(p) + copied, before[p].data() + copied, dst.size(p) - copied), 0)
+                << format << " plane " << p << " beyond the copied bytes, case " << i;
+        }
     }
 }
 
@@ -104,7 +107,9 @@ TEST(CopyShortCut, DifferentStrideRequantises) {
 // -------------------------------------------------- pipeline, every format
 
 void expectMatchesReference(int32_t srcFormat, int32_t dstFormat, int w, int h) {
-    FrameBuffers src(srcFormat, w, h, 3), got(dstFormat, w, h, 1), want(dstFormat, w, h, 1);
+    const unsigned i = unsigned(srcFormat + dstFormat + w);
+    FrameBuffers src(srcFormat, w, h, 3, guardPlacement(i)), got(dstFormat, w, h, 1, guardPlacement(i + 1)),
+        want(dstFormat, w, h, 1);
     src.fillRandom(uint32_t(srcFormat * 1000 + dstFormat));
     const Description sd{9, 16, 9, 1}, dd{1, 1, 1, 2};  // BT.2020 PQ limited -> BT.709 full
     KROFrame s = frameOf(src, sd), g = frameOf(got, dd), r = frameOf(want, dd);
@@ -119,7 +124,7 @@ class PipelineFormats : public ::testing::TestWithParam<int32_t> {};
 
 // Row-wise and threaded conversion equals the pixel-by-pixel reference for
 // every format pair, at sizes with odd chroma on the serial path (3 x 7) and
-// on the worker pool (17 x 13), with padded strides.
+// on the worker pool (17 x 13), with padded strides, on guard-page frames.
 TEST_P(PipelineFormats, MatchesPixelByPixelReference) {
     for (int32_t dstFormat : kHostFormats) {
         expectMatchesReference(GetParam(), dstFormat, 3, 7);
@@ -218,16 +223,6 @@ TEST(CpuScaling, DifferentDescriptionConvertsAtSourceSizeThenScales) {
     EXPECT_EQ(cpu.colorStageFrame().frame().name, name);
 }
 
-TEST(CpuScaling, OddSubsampledFramesScaleInsideTheirPlanes) {
-    for (int32_t format : {103, 104, 105, 107, 108, 116, 110}) {
-        FrameBuffers src(format, 13, 9), dst(format, 7, 5);
-        src.fillRandom(format);
-        KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(5, 6, 6, 1);
-        CPUContext cpu;
-        EXPECT_EQ(cpu.convertColor(&s, &d), kKROSuccess) << format;
-    }
-}
-
 // ------------------------------------------------------------- source peak
 
 TEST(SourcePeak, ReadFromMetadataAndKeptBetweenFrames) {
@@ -248,89 +243,4 @@ TEST(SourcePeak, ReadFromMetadataAndKeptBetweenFrames) {
     cpu.setMetaData({});
     ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
     EXPECT_EQ(cpu.sourcePeakLuminance(), 1000) << "a map without the key keeps the last peak";
-}
-
-// ----------------------------------------------------------- swscale path
-
-namespace {
-
-struct SwsCase {
-    int32_t srcFormat, dstFormat;
-    AVPixelFormat srcAv, dstAv;
-    int sw, sh, dw, dh;
-    int32_t srcPrimaries, dstPrimaries, srcRange, dstRange;
-    int srcSpace, dstSpace;  // libswscale colourspaces the library must choose; 0 = defaults
-};
-
-class SwscalePath : public ::testing::TestWithParam<SwsCase> {};
-
-}  // namespace
-
-// The library's swscale path produces exactly what libswscale produces when
-// called directly with the settings the path documents.
-TEST_P(SwscalePath, MatchesLibswscaleCalledDirectly) {
-    const SwsCase c = GetParam();
-    FrameBuffers src(c.srcFormat, c.sw, c.sh), got(c.dstFormat, c.dw, c.dh, 8), want(c.dstFormat, c.dw, c.dh, 8);
-    src.fillRandom(99);
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(
-        c.sw, c.sh, static_cast<KROPixelFormat>(c.srcFormat), c.dw, c.dh, static_cast<KROPixelFormat>(c.dstFormat)));
-    f->setColorspaceDetails(static_cast<KROColorPrimaries>(c.srcPrimaries), kColorTransferBT709, kColorMatrixBT709,
-                            static_cast<KROColorRange>(c.srcRange), static_cast<KROColorPrimaries>(c.dstPrimaries),
-                            kColorTransferBT709, kColorMatrixBT709, static_cast<KROColorRange>(c.dstRange));
-    KROHWContext ctx;
-    ctx.srcType = ctx.dstType = kKROHWTypeSwscale;
-    f->setHWContext(ctx);
-    for (int frame = 0; frame < 2; ++frame)
-        ASSERT_EQ(f->transcode(src.srcPlanes(), src.strides(), got.dstPlanes(), got.strides()), kKROSuccess);
-    auto* cpu = dynamic_cast<CPUContext*>(f->convertor);
-    ASSERT_NE(cpu, nullptr);
-    ASSERT_TRUE(cpu->usesSwscale());
-
-    SwsContext* sws = sws_getContext(c.sw, c.sh, c.srcAv, c.dw, c.dh, c.dstAv, SWS_BICUBIC, nullptr, nullptr, nullptr);
-    ASSERT_NE(sws, nullptr);
-    if (c.srcSpace)
-        sws_setColorspaceDetails(sws, sws_getCoefficients(c.srcSpace), c.srcRange == 2, sws_getCoefficients(c.dstSpace),
-                                 c.dstRange == 2, 0, 1 << 16, 1 << 16);
-    ASSERT_GT(sws_scale(sws, src.srcPlanes(), src.strides(), 0, c.sh, want.dstPlanes(), want.strides()), 0);
-    sws_freeContext(sws);
-    // Compare the image rows only: row padding is not libswscale's to fill.
-    const FormatTraits& t = *formatTraits(c.dstFormat);
-    for (int p = 0; p < got.planeCount(); ++p)
-        for (int64_t r = 0; r < planeRows(t, p, c.dh); ++r)
-            ASSERT_EQ(std::memcmp(got.plane(p) + r * got.stride(p), want.plane(p) + r * want.stride(p),
-                                  size_t(planeRowBytes(t, p, c.dw))), 0) << "plane " << p << " row " << r;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Settings, SwscalePath,
-    ::testing::Values(
-        // BT.709 both sides: colourspace details set, full-range output.
-        SwsCase{103, 102, AV_PIX_FMT_NV12, AV_PIX_FMT_RGBA, 64, 36, 32, 18, 1, 1, 1, 2, SWS_CS_ITU709, SWS_CS_ITU709},
-        // BT.2020 source, HD-sized unspecified destination (709).
-        SwsCase{107, 120, AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_BGRA, 1280, 720, 1280, 720, 9, 2, 1, 2, SWS_CS_BT2020, SWS_CS_ITU709},
-        // Unspecified primaries on an SD frame: libswscale's own defaults.
-        SwsCase{104, 101, AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, 1280, 719, 640, 360, 2, 1, 2, 2, 0, 0},
-        // BT.601 destination: defaults again, packed to planar with scaling.
-        SwsCase{102, 106, AV_PIX_FMT_RGBA, AV_PIX_FMT_YUV444P, 30, 20, 45, 31, 1, 6, 2, 1, 0, 0}));
-
-TEST(SwscalePathFailures, FormatsWithoutATwinFailWithKernelError) {
-    FrameBuffers src(kKROCMYK8888Format, 8, 8), dst(kKRORGBA8888Format, 8, 8);
-    KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(1, 1, 1, 1);
-    CPUContext cpu;
-    cpu.setUseSwscale(true);
-    EXPECT_EQ(cpu.convertColor(&s, &d), kKRORunCPUKernelError);
-    EXPECT_EQ(cpu.convertColor(nullptr, &d), kKROInputParamError);
-}
-
-TEST(SwscalePathFailures, ScalingContextIsCreatedOnceAndKept) {
-    FrameBuffers src(kKRORGB888Format, 16, 16), dst(kKRORGBA8888Format, 8, 8);
-    src.fillRandom(3);
-    KROFrame s = src.frame(1, 1, 1, 2), d = dst.frame(1, 1, 1, 2);
-    CPUContext cpu;
-    cpu.setUseSwscale(true);
-    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
-    const SwsContext* first = cpu.scalingContext();
-    ASSERT_NE(first, nullptr);
-    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
-    EXPECT_EQ(cpu.scalingContext(), first);
 }

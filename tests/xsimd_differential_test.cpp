@@ -1,7 +1,7 @@
 // The SIMD convertor against the scalar CPUContext: every host format pair,
 // colour descriptions from SDR to PQ, HLG and wide gamuts, sizes around the
 // four-pixel block (tails of 0-3 pixels, serial and pooled frames), padded
-// strides, and scaling up and down. Correctness of the colour mathematics
+// strides, and scaling up and down, every frame against a guard page. Correctness of the colour mathematics
 // itself is pinned by the scalar convertor's own tests; this sweep keeps the
 // vector path from drifting away from it.
 #include <gtest/gtest.h>
@@ -14,10 +14,12 @@
 #include "KROColorFunctions.h"
 #include "cpu/cpu_context.h"
 #include "cpu/xsimd/xsimd_context.h"
+#include "support/format_sweep.h"
 #include "support/frame_buffers.h"
 
 using namespace KROCOLOR;
 using KROCOLOR::test::FrameBuffers;
+using KROCOLOR::test::guardPlacement;
 
 namespace {
 
@@ -53,13 +55,6 @@ const ColourCase kColourCases[] = {
 };
 constexpr int kColourCaseCount = static_cast<int>(sizeof(kColourCases) / sizeof(kColourCases[0]));
 
-std::vector<int32_t> hostColourFormats() {
-    std::vector<int32_t> formats;
-    for (int32_t f = 101; f <= 126; ++f)
-        if (f < 121 || f > 123) formats.push_back(f);
-    return formats;
-}
-
 KROFrame describe(FrameBuffers& b, const Description& d) {
     return b.frame(d.primaries, d.transfer, d.matrix, d.range);
 }
@@ -94,13 +89,14 @@ int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b) {
 }
 
 // Converts one random frame with both convertors and returns the largest
-// code difference. Sources and destinations end exactly at the end of their
-// allocations and carry `padding` bytes after each row.
+// code difference. Every plane touches a guard page, at its end or its
+// start as the seed says, and carries `padding` bytes after each row.
 int compareWithScalar(int32_t srcFormat, int32_t dstFormat, const ColourCase& c, int sw, int sh, int dw, int dh,
                       int padding, uint32_t seed) {
-    FrameBuffers src(srcFormat, sw, sh, padding);
+    FrameBuffers src(srcFormat, sw, sh, padding, guardPlacement(seed));
     src.fillRandom(seed);
-    FrameBuffers scalarOut(dstFormat, dw, dh, padding + 2), simdOut(dstFormat, dw, dh, padding + 2);
+    FrameBuffers scalarOut(dstFormat, dw, dh, padding, guardPlacement(seed + 1)),
+        simdOut(dstFormat, dw, dh, padding, guardPlacement(seed));
     scalarOut.fillRandom(seed + 1);
     simdOut.fillRandom(seed + 1);
 
@@ -149,7 +145,7 @@ class XSimdAgainstScalar : public ::testing::TestWithParam<int> {};
 // tails of 3, 1 and 1 pixels, chroma blocks cut at odd edges.
 TEST_P(XSimdAgainstScalar, EveryFormatPairWithinOneCode) {
     const ColourCase& c = kColourCases[GetParam()];
-    const std::vector<int32_t> formats = hostColourFormats();
+    const std::vector<int32_t> formats = test::cpuFormats();
     const int sizes[][2] = {{3, 7}, {5, 5}, {17, 13}};
     uint32_t seed = 7u + static_cast<uint32_t>(GetParam()) * 1000u;
     for (int32_t sf : formats)
@@ -168,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(ColourCases, XSimdAgainstScalar, ::testing::Range(0, kC
 // a pooled 64x48 frame) for every format pair, the colour case rotating with
 // the pair so that every case meets every size.
 TEST(XSimdAgainstScalarSizes, SerialAndPooledFramesWithinOneCode) {
-    const std::vector<int32_t> formats = hostColourFormats();
+    const std::vector<int32_t> formats = test::cpuFormats();
     const int sizes[][2] = {{1, 1}, {9, 1000}, {64, 48}};
     int pair = 0;
     for (int32_t sf : formats)

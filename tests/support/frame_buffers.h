@@ -10,8 +10,8 @@ namespace test {
 class FrameBuffers {
 public:
     // `padding` extra bytes at the end of every row (a stride wider than the row).
-    FrameBuffers(int32_t format, int width, int height, int padding = 0)
-        : host_(format, width, height, padding) {
+    FrameBuffers(int32_t format, int width, int height, int padding = 0, Placement placement = Placement::Heap)
+        : host_(format, width, height, padding, placement) {
         for (int p = 0; p < 4; ++p) constPlanes_[p] = host_.frame.planes[p];
     }
 

@@ -1,0 +1,341 @@
+// The scalar convertor's libswscale path (hardware type 1) against libswscale
+// called directly on roomy, aligned buffers. Caller planes are sized exactly
+// and placed against an unmapped page, so a read or write that libswscale
+// makes outside them faults here instead of passing unseen by
+// AddressSanitizer.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+extern "C" {
+#include <libavutil/log.h>
+#include <libavutil/mem.h>
+#include <libswscale/swscale.h>
+}
+
+#include "KROColorFunctions.h"
+#include "cpu/cpu_context.h"
+#include "support/format_sweep.h"
+#include "support/frame_buffers.h"
+
+using namespace KROCOLOR;
+using KROCOLOR::test::FrameBuffers;
+using KROCOLOR::test::Placement;
+
+namespace {
+
+// The libswscale twin of every host format that has one (libavutil names).
+AVPixelFormat avFormat(int32_t format) {
+    switch (format) {
+    case 101: return AV_PIX_FMT_RGB24;
+    case 102: return AV_PIX_FMT_RGBA;
+    case 103: return AV_PIX_FMT_NV12;
+    case 104: return AV_PIX_FMT_YUV420P;
+    case 105: return AV_PIX_FMT_YUV422P;
+    case 106: return AV_PIX_FMT_YUV444P;
+    case 107: return AV_PIX_FMT_YUV420P10LE;
+    case 108: return AV_PIX_FMT_P010LE;
+    case 109: return AV_PIX_FMT_P016LE;
+    case 110: return AV_PIX_FMT_YUV422P10LE;
+    case 111: return AV_PIX_FMT_YUV444P10LE;
+    case 112: return AV_PIX_FMT_YUV444P12LE;
+    case 113: return AV_PIX_FMT_YUV444P16LE;
+    case 114: return AV_PIX_FMT_RGBA64LE;
+    case 115: return AV_PIX_FMT_RGBA64BE;
+    case 116: return AV_PIX_FMT_YUV411P;
+    case 117: return AV_PIX_FMT_RGB48LE;
+    case 118: return AV_PIX_FMT_RGB48BE;
+    case 119: return AV_PIX_FMT_BGR24;
+    case 120: return AV_PIX_FMT_BGRA;
+    case 124: return AV_PIX_FMT_YUVA444P10LE;
+    case 125: return AV_PIX_FMT_YUVA444P12LE;
+    default: return AV_PIX_FMT_NONE;
+    }
+}
+
+std::vector<int32_t> swscaleFormats() {
+    std::vector<int32_t> formats;
+    for (int32_t f : test::cpuFormats())
+        if (avFormat(f) != AV_PIX_FMT_NONE) formats.push_back(f);
+    return formats;
+}
+
+struct Side {
+    int32_t format;
+    int width, height;
+    int32_t primaries, range;
+};
+
+// A frame with 64-byte aligned rows, at least 64 spare bytes after each row
+// and two spare rows after each plane: room for whatever libswscale's vector
+// loops read or write beyond the samples.
+class RoomyFrame {
+public:
+    RoomyFrame(int32_t format, int width, int height) : traits_(*formatTraits(format)), width_(width), height_(height) {
+        for (int p = 0; p < planeCount(traits_); ++p) {
+            strides[p] = static_cast<int>((planeRowBytes(traits_, p, width) + 127) / 64 * 64);
+            sizes_[p] = size_t(strides[p]) * size_t(planeRows(traits_, p, height) + 2);
+            planes[p] = static_cast<uint8_t*>(av_malloc(sizes_[p]));
+        }
+    }
+    ~RoomyFrame() {
+        for (uint8_t* p : planes) av_free(p);
+    }
+    RoomyFrame(const RoomyFrame&) = delete;
+    RoomyFrame& operator=(const RoomyFrame&) = delete;
+
+    // Every byte set to `spare`, then the image rows of `from` (if any) copied in.
+    void fill(uint8_t spare, const FrameBuffers* from = nullptr) {
+        for (int p = 0; p < planeCount(traits_); ++p) {
+            std::memset(planes[p], spare, sizes_[p]);
+            for (int64_t r = 0; from && r < planeRows(traits_, p, height_); ++r)
+                std::memcpy(planes[p] + r * strides[p], from->plane(p) + r * from->stride(p), rowBytes(p));
+        }
+    }
+    size_t rowBytes(int p) const { return size_t(planeRowBytes(traits_, p, width_)); }
+    int64_t rows(int p) const { return planeRows(traits_, p, height_); }
+
+    uint8_t* planes[4] = {nullptr, nullptr, nullptr, nullptr};
+    int strides[4] = {0, 0, 0, 0};
+
+private:
+    const FormatTraits& traits_;
+    int width_, height_;
+    size_t sizes_[4] = {0, 0, 0, 0};
+};
+
+// libswscale's own result for one frame: bicubic, colourspace details set
+// only when neither side is BT.601 (space 0: libswscale's defaults), on
+// roomy buffers. libswscale reads pixel pairs past odd row ends and whole
+// vectors past short rows, so some output bytes depend on what lies beyond
+// the image; the frame is converted twice, with zeros and with 0xFF around
+// the rows (and in the output), and only the bytes both runs agree on are
+// defined.
+struct Expected {
+    bool refused = false;
+    std::vector<std::vector<uint8_t>> rows[2];  // [run][plane] image rows, tightly packed
+};
+
+Expected libswscaleResult(const Side& s, const FrameBuffers& src, int srcSpace, const Side& d, int dstSpace) {
+    Expected e;
+    SwsContext* sws = sws_getContext(s.width, s.height, avFormat(s.format), d.width, d.height, avFormat(d.format),
+                                     SWS_BICUBIC, nullptr, nullptr, nullptr);
+    if (!sws) {
+        e.refused = true;
+        return e;
+    }
+    if (srcSpace && dstSpace)
+        sws_setColorspaceDetails(sws, sws_getCoefficients(srcSpace), s.range == kColorRangeJpeg,
+                                 sws_getCoefficients(dstSpace), d.range == kColorRangeJpeg, 0, 1 << 16, 1 << 16);
+    RoomyFrame in(s.format, s.width, s.height), out(d.format, d.width, d.height);
+    for (int run = 0; run < 2 && !e.refused; ++run) {
+        in.fill(run ? 0xFF : 0x00, &src);
+        out.fill(run ? 0xFF : 0x00);
+        if (sws_scale(sws, in.planes, in.strides, 0, s.height, out.planes, out.strides) < 0) e.refused = true;
+        for (int p = 0; p < planeCount(*formatTraits(d.format)); ++p) {
+            std::vector<uint8_t> plane;
+            for (int64_t r = 0; r < out.rows(p); ++r)
+                plane.insert(plane.end(), out.planes[p] + r * out.strides[p], out.planes[p] + r * out.strides[p] + out.rowBytes(p));
+            e.rows[run].push_back(std::move(plane));
+        }
+    }
+    sws_freeContext(sws);
+    return e;
+}
+
+// A transcoding object on the libswscale path: type 1 on both sides.
+std::unique_ptr<KROColorFunctions> swscaleObject(const Side& s, const Side& d) {
+    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(s.width, s.height, static_cast<KROPixelFormat>(s.format),
+                                                                   d.width, d.height, static_cast<KROPixelFormat>(d.format)));
+    f->setColorspaceDetails(static_cast<KROColorPrimaries>(s.primaries), kColorTransferBT709, kColorMatrixBT709,
+                            static_cast<KROColorRange>(s.range), static_cast<KROColorPrimaries>(d.primaries),
+                            kColorTransferBT709, kColorMatrixBT709, static_cast<KROColorRange>(d.range));
+    KROHWContext ctx;
+    ctx.srcType = ctx.dstType = kKROHWTypeSwscale;
+    f->setHWContext(ctx);
+    return f;
+}
+
+// One frame through `f` into a fresh destination of `d`'s size: every
+// defined byte of the image rows equals libswscale's; row padding is not
+// libswscale's to fill.
+void transcodeAndCompare(KROColorFunctions& f, const Side& s, const FrameBuffers& src, int srcSpace, const Side& d,
+                         int dstSpace, int pad, Placement placement) {
+    FrameBuffers got(d.format, d.width, d.height, pad, placement);
+    const Expected want = libswscaleResult(s, src, srcSpace, d, dstSpace);
+    const KROReturn rc = f.transcode(src.srcPlanes(), src.strides(), got.dstPlanes(), got.strides());
+    if (want.refused) {
+        EXPECT_EQ(rc, kKRORunCPUKernelError);
+        return;
+    }
+    ASSERT_EQ(rc, kKROSuccess);
+    const FormatTraits& t = *formatTraits(d.format);
+    for (int p = 0; p < got.planeCount(); ++p) {
+        const size_t rowBytes = size_t(planeRowBytes(t, p, d.width));
+        for (size_t i = 0; i < want.rows[0][p].size(); ++i) {
+            const uint8_t byte = got.plane(p)[i / rowBytes * got.stride(p) + i % rowBytes];
+            if (want.rows[0][p][i] == want.rows[1][p][i]) {
+                ASSERT_EQ(byte, want.rows[0][p][i]) << "plane " << p << " row " << i / rowBytes << " byte " << i % rowBytes;
+            }
+        }
+    }
+}
+
+class QuietLibswscale : public ::testing::Environment {
+    void SetUp() override { av_log_set_level(AV_LOG_QUIET); }
+};
+const auto* const kQuiet = ::testing::AddGlobalTestEnvironment(new QuietLibswscale);
+
+// --------------------------------------------------------- single cases
+
+struct SwsCase {
+    const char* name;
+    Side src, dst;
+    int srcSpace, dstSpace;  // the colourspaces the path must choose; 0 = libswscale's defaults
+    int pad;                 // bytes after every row, both sides
+    Placement placement;
+    int laterWidth, laterHeight;  // then the same object at this destination size (0: no second size)
+};
+
+class SwscaleCases : public ::testing::TestWithParam<SwsCase> {};
+
+TEST_P(SwscaleCases, MatchesLibswscaleCalledDirectly) {
+    const SwsCase& c = GetParam();
+    FrameBuffers src(c.src.format, c.src.width, c.src.height, c.pad, c.placement);
+    src.fillRandom(99);
+    std::unique_ptr<KROColorFunctions> f = swscaleObject(c.src, c.dst);
+    // A second frame of the same shape runs on the kept context.
+    for (int frame = 0; frame < 2; ++frame)
+        transcodeAndCompare(*f, c.src, src, c.srcSpace, c.dst, c.dstSpace, c.pad, c.placement);
+    auto* cpu = dynamic_cast<CPUContext*>(f->convertor);
+    ASSERT_NE(cpu, nullptr);
+    EXPECT_TRUE(cpu->usesSwscale());
+    if (c.laterWidth) {
+        f->setDstDimensions(c.laterWidth, c.laterHeight);
+        Side later = c.dst;
+        later.width = c.laterWidth;
+        later.height = c.laterHeight;
+        transcodeAndCompare(*f, c.src, src, c.srcSpace, later, c.dstSpace, c.pad, c.placement);
+    }
+}
+
+constexpr Placement kEnd = Placement::EndAtGuard, kStart = Placement::StartAfterGuard;
+constexpr int32_t kLimited = kColorRangeMpeg, kFull = kColorRangeJpeg;
+
+INSTANTIATE_TEST_SUITE_P(
+    Colourspaces, SwscaleCases,
+    ::testing::Values(
+        // BT.709 both sides: colourspace details set, full-range output.
+        SwsCase{"NV12ToRGBA709", {103, 64, 36, 1, kLimited}, {102, 32, 18, 1, kFull}, SWS_CS_ITU709, SWS_CS_ITU709, 8, kEnd, 0, 0},
+        // BT.2020 source, HD-sized unspecified destination (709).
+        SwsCase{"P10ToBGRA2020", {107, 1280, 720, 9, kLimited}, {120, 1280, 720, 2, kFull}, SWS_CS_BT2020, SWS_CS_ITU709, 0, kStart, 0, 0},
+        // Unspecified primaries on an SD frame: libswscale's own defaults.
+        SwsCase{"UnspecifiedSD", {104, 1280, 719, 2, kFull}, {101, 640, 360, 1, kFull}, 0, 0, 0, kEnd, 0, 0},
+        // BT.601 destination: defaults again, packed to planar with scaling.
+        SwsCase{"BT601Destination", {102, 30, 20, 1, kFull}, {106, 45, 31, 6, kLimited}, 0, 0, 0, kStart, 0, 0}),
+    [](const ::testing::TestParamInfo<SwsCase>& info) { return std::string(info.param.name); });
+
+// A shape that once faulted inside libswscale: BT.709 limited to full range,
+// tight rows, planes ending at the guard page.
+SwsCase crashed(const char* name, int32_t sf, int sw, int sh, int32_t df, int dw, int dh, Placement placement = kEnd) {
+    return SwsCase{name, {sf, sw, sh, 1, kLimited}, {df, dw, dh, 1, kFull}, SWS_CS_ITU709, SWS_CS_ITU709, 0, placement, 0, 0};
+}
+
+// Shapes that read or wrote outside the caller's planes, wrote misaligned
+// vectors, or converted rows only partly. The first of each source format
+// the sweep below found is kept here by name.
+INSTANTIATE_TEST_SUITE_P(
+    Regressions, SwscaleCases,
+    ::testing::Values(
+        // Deinterleaving NV12 chroma with aligned stores into 8-byte rows.
+        crashed("NV12ToYUV420P16x8Tight", 103, 16, 8, 104, 16, 8),
+        crashed("NV12ToYUV420P7x7Start", 103, 7, 7, 104, 7, 7, kStart),
+        // The packed 24-bit swap reads past a stride-48 source.
+        crashed("RGB888ToBGR888Stride48", 101, 16, 8, 119, 16, 8),
+        // libswscale stores 8 bytes into each 2-byte 4:1:1 chroma row; only
+        // an output frame with room to spare takes that.
+        crashed("YUV420PToYUV411P7x3", 104, 7, 3, 116, 7, 3),
+        // The vector YUV to RGB24 loop converts whole 8-pixel groups that fit
+        // the output stride: a tight 102-byte row left its last 2 pixels out.
+        crashed("YUV420PToRGB888Width34", 104, 34, 4, 101, 34, 4),
+        crashed("RGB888Scaled", 101, 7, 2, 101, 15, 1), crashed("RGBA8888Scaled", 102, 7, 2, 101, 15, 1),
+        crashed("NV12Scaled", 103, 7, 2, 101, 15, 1), crashed("YUV411PScaled", 116, 7, 2, 101, 15, 1),
+        crashed("BGR888Scaled", 119, 7, 2, 101, 15, 1), crashed("BGRA8888Scaled", 120, 7, 2, 101, 15, 1),
+        crashed("YUV420PToRGB888", 104, 2, 8, 101, 2, 8), crashed("YUV422PToRGB888", 105, 2, 8, 101, 2, 8),
+        crashed("YUV444PToRGB888", 106, 2, 8, 101, 2, 8), crashed("YUV420P10ToRGB888", 107, 2, 8, 101, 2, 8),
+        crashed("P016ToRGB888", 109, 2, 8, 101, 2, 8), crashed("YUV422P10ToRGB888", 110, 2, 8, 101, 2, 8),
+        crashed("YUV444P10ToRGB888", 111, 2, 8, 101, 2, 8), crashed("YUV444P12ToRGB888", 112, 2, 8, 101, 2, 8),
+        crashed("YUV444P16ToRGB888", 113, 2, 8, 101, 2, 8), crashed("YUVA444P10ToRGB888", 124, 2, 8, 101, 2, 8),
+        crashed("YUVA444P12ToRGB888", 125, 2, 8, 101, 2, 8), crashed("RGBA16LEToNV12", 114, 7, 8, 103, 7, 8),
+        crashed("RGBA16BEToNV12", 115, 7, 8, 103, 7, 8), crashed("RGB16LEToNV12", 117, 7, 8, 103, 7, 8),
+        crashed("RGB16BEToNV12", 118, 7, 8, 103, 7, 8),
+        // A context made for 32x32 must not write 32x32 rows into a 16x16 frame.
+        SwsCase{"ContextRemadeAfterSizeChange", {102, 64, 48, 1, kFull}, {102, 32, 32, 1, kFull}, SWS_CS_ITU709,
+                SWS_CS_ITU709, 0, kEnd, 16, 16}),
+    [](const ::testing::TestParamInfo<SwsCase>& info) { return std::string(info.param.name); });
+
+// ----------------------------------------------------------------- sweep
+
+// Odd widths, and even ones whose half is not a multiple of 16.
+constexpr int kWidths[] = {1, 2, 3, 7, 17, 34, 50, 98};
+
+class SwscaleSweep : public ::testing::TestWithParam<int32_t> {};
+
+// Every destination format at heights 1-8. Across its eight heights each
+// pair meets every width once, both guard placements, same size and scaled
+// (up when the width is odd, down when it is even), tight rows and padded.
+TEST_P(SwscaleSweep, EveryDestinationAtSmallHeights) {
+    const int32_t srcFormat = GetParam();
+    unsigned index = 0;
+    for (int32_t dstFormat : swscaleFormats()) {
+        ++index;
+        for (int h = 1; h <= 8; ++h) {
+            const int w = kWidths[(index + h) % 8];
+            const bool scaled = (h + 1) / 2 % 2 == 1;
+            const Placement placement = test::guardPlacement(h);
+            const int pad = h == 5 ? 2 : 0;
+            const int space = index % 3 ? SWS_CS_ITU709 : SWS_CS_BT2020;
+            const Side s{srcFormat, w, h, space == SWS_CS_BT2020 ? 9 : 1, kLimited};
+            const Side d{dstFormat, scaled ? (w % 2 ? 2 * w + 1 : w / 2 + 1) : w, scaled ? (h % 2 ? h + 2 : h / 2) : h,
+                         1, kFull};
+            SCOPED_TRACE(::testing::Message() << srcFormat << " " << s.width << "x" << s.height << " -> " << dstFormat
+                                              << " " << d.width << "x" << d.height << " pad " << pad
+                                              << (placement == Placement::EndAtGuard ? " end" : " start"));
+            FrameBuffers src(srcFormat, s.width, s.height, pad, placement);
+            src.fillRandom(index * 8 + h);
+            std::unique_ptr<KROColorFunctions> f = swscaleObject(s, d);
+            transcodeAndCompare(*f, s, src, space, d, SWS_CS_ITU709, pad, placement);
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(SourceFormats, SwscaleSweep, ::testing::ValuesIn(swscaleFormats()));
+
+// ----------------------------------------------------------- refusals
+
+TEST(SwscalePathFailures, FormatsWithoutATwinFailWithKernelError) {
+    FrameBuffers src(kKROCMYK8888Format, 8, 8), dst(kKRORGBA8888Format, 8, 8);
+    KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(1, 1, 1, 1);
+    CPUContext cpu;
+    cpu.setUseSwscale(true);
+    EXPECT_EQ(cpu.convertColor(&s, &d), kKRORunCPUKernelError);
+    EXPECT_EQ(cpu.convertColor(nullptr, &d), kKROInputParamError);
+}
+
+TEST(SwscalePathFailures, ScalingContextIsKeptForFramesOfTheSameShape) {
+    FrameBuffers src(kKRORGB888Format, 16, 16), dst(kKRORGBA8888Format, 8, 8);
+    src.fillRandom(3);
+    KROFrame s = src.frame(1, 1, 1, 2), d = dst.frame(1, 1, 1, 2);
+    CPUContext cpu;
+    cpu.setUseSwscale(true);
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    const SwsContext* first = cpu.scalingContext();
+    ASSERT_NE(first, nullptr);
+    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
+    EXPECT_EQ(cpu.scalingContext(), first);
+}
+
+}  // namespace
