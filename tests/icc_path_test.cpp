@@ -1,6 +1,6 @@
 // The ICC path behind KROColorFunctions in ICC mode: formats, refusals that
-// leave the destination untouched, CMYK sources, bands, strides, resizing,
-// and the two embedded profiles.
+// leave the destination untouched, CMYK sources, bands, strides, resizing
+// on guard-page planes, and the two embedded profiles.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -12,6 +12,7 @@
 #include "icc/icc_path.h"
 #include "fuzz/icc_profile_builder.h"
 #include "icc/icc_engine.h"
+#include "support/format_sweep.h"
 
 namespace KROCOLOR {
 namespace {
@@ -170,29 +171,61 @@ TEST(ICCPath, BandsOfATallImage) {
     EXPECT_EQ(last.end, 1080);
 }
 
-// Banded and single-run conversions agree, with row padding on both sides
-// that must stay untouched.
-TEST(ICCPath, StridedRowsAndBandsMatchOneRunPerPixel) {
-    for (int h : {9, 10, 11, 37}) {
-        const int w = 5, srcStride = w * 6 + 10, dstStride = w * 4 + 3;
-        std::vector<uint8_t> src(static_cast<size_t>(srcStride) * h), dst(static_cast<size_t>(dstStride) * h, 0x5A);
-        for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<uint8_t>(i * 131 + 7);
-        const Bytes p3 = embeddedP3();
-        ASSERT_EQ(transcodeICC(w, h, kKRORGB16LEFormat, src.data(), srcStride, w, h, kKRORGBA8888Format, dst.data(),
-                               dstStride, {}, p3),
-                  kKROSuccess);
-        ICCProfile parsed;
-        const int priorities[2] = {0, 1};
-        ASSERT_TRUE(parseICCProfile(p3.data(), p3.size(), priorities, 2, &parsed));
-        for (int y = 0; y < h; ++y) {
-            uint8_t row[w * 4];
-            ASSERT_TRUE(transformICC(src.data() + y * srcStride, kICCPixelFormatRGB161616LE, kICCAlphaUnpremultiplied,
-                                     nullptr, row, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &parsed, w));
-            EXPECT_EQ(std::memcmp(row, dst.data() + y * dstStride, w * 4), 0) << "row " << y << " of " << h;
-            for (int x = w * 4; x < dstStride; ++x) EXPECT_EQ(dst[static_cast<size_t>(y * dstStride + x)], 0x5A);
-        }
-    }
+// The engine layout of each packed format the path converts.
+struct ICCFormat {
+    int32_t format;
+    ICCPixelFormat layout;
+    int bytesPerPixel;
+};
+const ICCFormat kICCFormats[] = {{kKRORGB888Format, kICCPixelFormatRGB888, 3},
+                                 {kKRORGBA8888Format, kICCPixelFormatRGBA8888, 4},
+                                 {kKRORGBA16LEFormat, kICCPixelFormatRGBA16161616LE, 8},
+                                 {kKRORGBA16BEFormat, kICCPixelFormatRGBA16161616BE, 8},
+                                 {kKRORGB16LEFormat, kICCPixelFormatRGB161616LE, 6},
+                                 {kKRORGB16BEFormat, kICCPixelFormatRGB161616BE, 6}};
+
+class ICCPathSweep : public ::testing::TestWithParam<ICCFormat> {};
+
+// Every source (CMYK included) into every destination layout at the awkward
+// sizes, same size and resized, with planes against a guard page. At the
+// same size, banded or not, every row equals one engine run over that row
+// and row padding stays untouched.
+TEST_P(ICCPathSweep, EveryDestinationAtAwkwardSizes) {
+    const ICCFormat& sf = GetParam();
+    const Bytes p3 = embeddedP3();
+    ICCProfile parsed;
+    const int priorities[2] = {0, 1};
+    ASSERT_TRUE(parseICCProfile(p3.data(), p3.size(), priorities, 2, &parsed));
+    unsigned i = 0;
+    for (const ICCFormat& df : kICCFormats)
+        for (const test::FrameSize& size : test::kAwkwardSizes)
+            for (const bool resized : {false, true}) {
+                ++i;
+                const int w = size.width, h = size.height, dw = resized ? h : w, dh = resized ? w : h;
+                const int srcStride = w * sf.bytesPerPixel + (i % 3 == 0 ? 5 : 0), dstStride = dw * df.bytesPerPixel + 3 * (i % 2);
+                test::GuardedBlock src(size_t(srcStride) * h, test::guardPlacement(i)),
+                    dst(size_t(dstStride) * dh, test::guardPlacement(i / 2));
+                for (size_t k = 0; k < src.size(); ++k) src.data()[k] = static_cast<uint8_t>(k * 131 + i);
+                std::memset(dst.data(), 0x5A, dst.size());
+                SCOPED_TRACE(::testing::Message() << sf.format << " " << w << "x" << h << " -> " << df.format << " " << dw << "x" << dh);
+                ASSERT_EQ(transcodeICC(w, h, sf.format, src.data(), srcStride, dw, dh, df.format, dst.data(), dstStride, {}, p3),
+                          kKROSuccess);
+                if (resized || sf.format == kKROCMYK8888Format) continue;
+                std::vector<uint8_t> row(size_t(w) * df.bytesPerPixel);
+                for (int y = 0; y < h; ++y) {
+                    ASSERT_TRUE(transformICC(src.data() + y * srcStride, sf.layout, kICCAlphaUnpremultiplied, nullptr, row.data(),
+                                             df.layout, kICCAlphaUnpremultiplied, &parsed, w));
+                    const uint8_t* out = dst.data() + y * dstStride;
+                    ASSERT_EQ(std::memcmp(row.data(), out, row.size()), 0) << "row " << y;
+                    for (int x = int(row.size()); x < dstStride; ++x) ASSERT_EQ(out[x], 0x5A);
+                }
+            }
 }
+
+INSTANTIATE_TEST_SUITE_P(Sources, ICCPathSweep,
+                         ::testing::Values(kICCFormats[0], kICCFormats[1], kICCFormats[2], kICCFormats[3], kICCFormats[4],
+                                           kICCFormats[5], ICCFormat{kKROCMYK8888Format, kICCPixelFormatRGBA8888, 4}),
+                         [](const ::testing::TestParamInfo<ICCFormat>& info) { return std::to_string(info.param.format); });
 
 // A flat colour stays flat through any resize, so resizing then converting
 // must give the same pixels as converting the colour at the destination size.

@@ -1,8 +1,8 @@
 // KROImageConvert: grey arithmetic, the direct converters, the dispatchers
 // and transcodeFormat. Expected pixels are written out here from the
-// published layouts, never taken from the converters themselves. Buffers are
-// allocated with the exact byte counts, so AddressSanitizer reports the first
-// byte read or written past them.
+// published layouts, never taken from the converters themselves. Buffers
+// hold the exact byte counts against a guard page, so the first byte read or
+// written past them (or before them) faults.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -14,6 +14,7 @@
 
 #include "KROColorFunctions.h"
 #include "cpu/image_convert_rows.h"
+#include "support/guarded_block.h"
 
 namespace KROCOLOR {
 namespace {
@@ -26,15 +27,18 @@ uint8_t referenceGrey(unsigned r, unsigned g, unsigned b) {
     return static_cast<uint8_t>((299u * r + 587u * g + 114u * b + 500u) / 1000u);
 }
 
-// A malloc block of exactly `size` bytes (a unique pointer even for 0).
+using test::Placement;
+
+// Exactly `n` bytes ending at a guard page, or starting right after one.
 struct ExactBuffer {
-    explicit ExactBuffer(size_t n) : size(n), data(static_cast<uint8_t*>(std::malloc(n ? n : 1))) {}
-    ~ExactBuffer() { std::free(data); }
-    ExactBuffer(const ExactBuffer&) = delete;
-    ExactBuffer& operator=(const ExactBuffer&) = delete;
+    explicit ExactBuffer(size_t n, Placement placement = Placement::EndAtGuard)
+        : block(n, placement), size(n), data(block.data()) {}
+    test::GuardedBlock block;
     size_t size;
     uint8_t* data;
 };
+
+constexpr Placement kPlacements[] = {Placement::EndAtGuard, Placement::StartAfterGuard};
 
 void fillPattern(uint8_t* p, size_t n, uint32_t seed) {
     uint32_t s = seed * 2654435761u + 1;
@@ -139,9 +143,11 @@ TEST_P(ImageConvertDirect, WholePixelsOnlyAtEveryLength) {
     const DirectCase& c = GetParam();
     // Lengths around the vector widths, each with every partial-pixel tail.
     for (unsigned pixels : {0u, 1u, 2u, 5u, 15u, 16u, 17u, 18u, 19u, 33u, 64u, 101u}) {
-        for (unsigned extra = 0; extra < c.srcBytes; ++extra) {
-            const unsigned srcSize = pixels * c.srcBytes + extra;
-            ExactBuffer src(srcSize), dst(size_t(pixels) * c.dstBytes), expected(size_t(pixels) * c.dstBytes);
+        for (unsigned extra = 0; extra < 2 * c.srcBytes; ++extra) {
+            const unsigned srcSize = pixels * c.srcBytes + extra % c.srcBytes;
+            const Placement placement = kPlacements[extra / c.srcBytes];
+            ExactBuffer src(srcSize, placement), dst(size_t(pixels) * c.dstBytes, placement),
+                expected(size_t(pixels) * c.dstBytes);
             fillPattern(src.data, srcSize, srcSize);
             for (unsigned p = 0; p < pixels; ++p) c.rule(src.data + p * c.srcBytes, expected.data + p * c.dstBytes);
             c.convert(src.data, srcSize, dst.data);
@@ -172,14 +178,16 @@ TEST(ImageConvertRows, FastRowsMatchPortableRowsAtAnyAlignment) {
                 {fast->bgra8888ToI8, ref.bgra8888ToI8, 4, 1},
                 {fast->rgb888ToRgba8888, ref.rgb888ToRgba8888, 3, 4}};
     for (const Row& row : rows) {
-        for (unsigned offset = 0; offset < 4; ++offset) {
+        for (unsigned offset = 0; offset < 8; ++offset) {
             for (unsigned pixels = 0; pixels < 80; ++pixels) {
-                // The source ends exactly at the end of its allocation.
-                ExactBuffer src(offset + pixels * row.srcBytes);
-                ExactBuffer a(pixels * row.dstBytes), b(pixels * row.dstBytes);
+                // Source offsets 0-3, first with the blocks ending at a
+                // guard page, then with them starting after one.
+                const Placement placement = kPlacements[offset / 4];
+                ExactBuffer src(offset % 4 + pixels * row.srcBytes, placement);
+                ExactBuffer a(pixels * row.dstBytes, placement), b(pixels * row.dstBytes);
                 fillPattern(src.data, src.size, pixels * 4 + offset);
-                row.fast(src.data + offset, a.data, pixels);
-                row.ref(src.data + offset, b.data, pixels);
+                row.fast(src.data + offset % 4, a.data, pixels);
+                row.ref(src.data + offset % 4, b.data, pixels);
                 ASSERT_EQ(0, std::memcmp(a.data, b.data, a.size)) << "pixels " << pixels << " offset " << offset;
             }
         }
