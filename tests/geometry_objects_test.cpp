@@ -67,23 +67,6 @@ TEST(GeometryObjects, HardwareTypesAndFamiliesTheyAccept) {
     EXPECT_EQ(grey->transcode(src.srcPlanes(), src.strides(), dst.dstPlanes(), dst.strides()), kKROInputPixelFormatNotSupported);
 }
 
-// Orientation 6 (90 degrees clockwise) of a 4x2 RGBA frame: destination
-// (x, y) takes source (y, H - 1 - x).
-TEST(GeometryObjects, RotateMovesPixelsThroughTheCpuConvertor) {
-    FrameBuffers src(kKRORGBA8888Format, 4, 2, 3), dst(kKRORGBA8888Format, 2, 4, 5);
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 4; ++x)
-            for (int c = 0; c < 4; ++c) src.plane(0)[y * src.stride(0) + 4 * x + c] = uint8_t(10 * (y * 4 + x) + c);
-    std::unique_ptr<KRORotateFunctions> r(KRORotateFunctions::create(4, 2, kKRORGBA8888Format, 6));
-    ASSERT_EQ(r->transcode(src.srcPlanes(), src.strides(), dst.dstPlanes(), dst.strides()), kKROSuccess);
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 2; ++x) {
-            const int sx = y, sy = 2 - 1 - x;
-            for (int c = 0; c < 4; ++c)
-                EXPECT_EQ(dst.plane(0)[y * dst.stride(0) + 4 * x + c], 10 * (sy * 4 + sx) + c) << x << "," << y;
-        }
-}
-
 TEST(GeometryObjects, CropCutsTheRectangleOfAPlanarFrame) {
     const int W = 12, H = 11;
     FrameBuffers src(kKROYUV420PFormat, W, H), dst(kKROYUV420PFormat, 6, 5);

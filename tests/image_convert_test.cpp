@@ -82,15 +82,6 @@ TEST(ImageConvertGrey, EveryRgbColourMatchesTheFormula) {
     }
 }
 
-TEST(ImageConvertGrey, PublishedExamples) {
-    const uint8_t px[] = {10, 20, 30, 255, 255, 255, 0, 0, 0};
-    uint8_t grey[3] = {1, 1, 1};
-    KROImageConvert::convertRGB888ToI8(px, sizeof px, grey);
-    EXPECT_EQ(18, grey[0]);
-    EXPECT_EQ(255, grey[1]);
-    EXPECT_EQ(0, grey[2]);
-}
-
 // --- Direct converters ----------------------------------------------------
 
 using DirectFn = void (*)(const uint8_t*, unsigned int, uint8_t*);
@@ -320,29 +311,6 @@ TEST(ImageConvertDispatch, EveryDispatcherAndTarget) {
             }
         }
     }
-}
-
-TEST(ImageConvertDispatch, PublishedSizes) {
-    const uint8_t grey[5] = {1, 2, 3, 4, 5};
-    uint8_t* out = nullptr;
-    unsigned size = 0;
-    ASSERT_EQ(kKROSuccess, KROImageConvert::convertI8ToFormat(grey, 5, kKROAI88Format, &out, &size));
-    ASSERT_EQ(10u, size);
-    const uint8_t pairs[10] = {1, 255, 2, 255, 3, 255, 4, 255, 5, 255};
-    EXPECT_EQ(0, std::memcmp(pairs, out, 10));
-    std::free(out);
-
-    const uint8_t rgba[7] = {10, 20, 30, 40, 50, 60, 70};
-    ASSERT_EQ(kKROSuccess, KROImageConvert::convertRGBA8888ToFormat(rgba, 7, kKRORGB888Format, &out, &size));
-    ASSERT_EQ(3u, size);
-    EXPECT_EQ(0, std::memcmp(rgba, out, 3));
-    std::free(out);
-
-    const uint8_t rgb[3] = {10, 20, 30};
-    ASSERT_EQ(kKROSuccess, KROImageConvert::convertRGB888ToFormat(rgb, 3, kKROA8Format, &out, &size));
-    ASSERT_EQ(1u, size);
-    EXPECT_EQ(18, out[0]);
-    std::free(out);
 }
 
 TEST(ImageConvertDispatch, OutputTooLargeToReportIsRefusedWithoutReading) {

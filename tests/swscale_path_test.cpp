@@ -316,6 +316,17 @@ INSTANTIATE_TEST_SUITE_P(SourceFormats, SwscaleSweep, ::testing::ValuesIn(swscal
 
 // ----------------------------------------------------------- refusals
 
+// The guard pages the frames above rely on: one byte past the end, or one
+// before the start, faults.
+TEST(GuardedBlockDeathTest, BytesOutsideTheBlockFault) {
+    test::GuardedBlock end(5, Placement::EndAtGuard), start(5, Placement::StartAfterGuard);
+    volatile uint8_t* past = end.data() + end.size();
+    volatile uint8_t* before = start.data() - 1;
+    end.data()[4] = start.data()[0] = 1;
+    EXPECT_DEATH(past[0] = 1, "");
+    EXPECT_DEATH(before[0] = 1, "");
+}
+
 TEST(SwscalePathFailures, FormatsWithoutATwinFailWithKernelError) {
     FrameBuffers src(kKROCMYK8888Format, 8, 8), dst(kKRORGBA8888Format, 8, 8);
     KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(1, 1, 1, 1);
