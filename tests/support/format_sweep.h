@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "api/pixel_format_table.h"
+#include "core/pixel_format_table.h"
 #include "support/guarded_block.h"
 
 namespace KROCOLOR {
