@@ -3,7 +3,7 @@
 // planted in the public `convertor` member to see what transcode passes on.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -16,9 +16,12 @@ using namespace KROCOLOR;
 
 namespace {
 
+using Color = std::array<int32_t, 4>;  // primaries, transfer, matrix, range
+
+Color colorOf(const KROFrame& f) { return {f.primaries, f.transfer, f.matrix, f.range}; }
+
 struct SpyLog {
     int calls = 0;
-    int destroyed = 0;
     KROFrame src, dst;
     MetaData meta;
 };
@@ -26,7 +29,6 @@ struct SpyLog {
 class SpyConvertor : public IConvertor {
 public:
     explicit SpyConvertor(SpyLog& log) : log_(log) {}
-    ~SpyConvertor() override { ++log_.destroyed; }
     KROReturn convertColor(const KROFrame* src, KROFrame* dst) override {
         ++log_.calls;
         log_.src = *src;
@@ -39,20 +41,18 @@ private:
     SpyLog& log_;
 };
 
-// Packed RGBA buffers large enough for the sizes used here.
+// Packed RGBA buffers for both sides, with minimal strides.
 struct Buffers {
-    explicit Buffers(int w, int h) : src(size_t(w) * h * 4), dst(size_t(w) * h * 4) {}
+    Buffers(int sw, int sh, int dw, int dh)
+        : src(size_t(sw) * sh * 4), dst(size_t(dw) * dh * 4), srcPlanes{src.data()}, dstPlanes{dst.data()},
+          srcStrides{sw * 4}, dstStrides{dw * 4} {}
+    explicit Buffers(int w) : Buffers(w, w, w, w) {}
+    KROReturn transcode(KROColorFunctions& f) { return f.transcode(srcPlanes, srcStrides, dstPlanes, dstStrides); }
     std::vector<uint8_t> src, dst;
     const uint8_t* srcPlanes[1];
     uint8_t* dstPlanes[1];
     int srcStrides[1];
     int dstStrides[1];
-    void bind(int sw, int dw) {
-        srcPlanes[0] = src.data();
-        dstPlanes[0] = dst.data();
-        srcStrides[0] = sw * 4;
-        dstStrides[0] = dw * 4;
-    }
 };
 
 // Plants a spy and runs one transcode; returns what the spy saw.
@@ -61,105 +61,86 @@ SpyLog transcodeWithSpy(KROColorFunctions& f) {
     f.rebuild = false;
     delete f.convertor;
     f.convertor = new SpyConvertor(log);
-    Buffers b(std::max(f.srcWidth, f.dstWidth), std::max(f.srcHeight, f.dstHeight));
-    b.bind(f.srcWidth, f.dstWidth);
-    EXPECT_EQ(f.transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
+    Buffers b(f.srcWidth, f.srcHeight, f.dstWidth, f.dstHeight);
+    EXPECT_EQ(b.transcode(f), kKROSuccess);
     delete f.convertor;
     f.convertor = nullptr;
     return log;
 }
 
-struct DefaultsCase {
+struct DescribeCase {
+    Color stored;
     int w, h;
-    int32_t primaries, transfer, matrix, range;
+    bool keep;
+    Color want;
 };
 
-class ColorDefaults : public ::testing::TestWithParam<DefaultsCase> {};
+void PrintTo(const DescribeCase& c, std::ostream* os) {
+    *os << "{" << c.stored[0] << "," << c.stored[1] << "," << c.stored[2] << "," << c.stored[3] << "} " << c.w << "x"
+        << c.h << (c.keep ? " kept" : "");
+}
+
+class ColorDescriptionRules : public ::testing::TestWithParam<DescribeCase> {};
 
 }  // namespace
 
-// Initial members (0, 0, 0, 1): primaries and transfer are defaulted by size;
-// matrix 0 means RGB and is kept.
-TEST_P(ColorDefaults, UnspecifiedValuesFollowThePixelCount) {
-    const DefaultsCase c = GetParam();
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(c.w, c.h, kKRORGBA8888Format, c.w, c.h, kKRORGBA8888Format));
-    const SpyLog log = transcodeWithSpy(*f);
+// Unspecified values are defaulted by the pixel count (1280 x 720 and more
+// is HD); LOG_SQRT becomes sRGB and YCgCo becomes BT.709; matrix 0 (RGB) and
+// values without a rule pass unchanged; the keep flag passes everything.
+TEST_P(ColorDescriptionRules, ReachTheConvertor) {
+    const DescribeCase& c = GetParam();
+    const ColorDescription got = describeColor({c.stored[0], c.stored[1], c.stored[2], c.stored[3]}, c.w, c.h, c.keep);
+    EXPECT_EQ((Color{got.primaries, got.transfer, got.matrix, got.range}), c.want);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ColorDescriptionRules,
+    ::testing::Values(DescribeCase{{0, 0, 0, 1}, 1280, 720, false, {1, 1, 0, 1}},
+                      DescribeCase{{0, 0, 0, 1}, 1280, 719, false, {5, 6, 0, 1}},
+                      DescribeCase{{0, 0, 0, 1}, 3840, 2160, false, {1, 1, 0, 1}},
+                      DescribeCase{{0, 0, 0, 1}, 921600, 1, false, {1, 1, 0, 1}},
+                      DescribeCase{{2, 10, 8, 0}, 1920, 1080, false, {1, 13, 1, 1}},
+                      DescribeCase{{3, 0, -1, 2}, 720, 576, false, {5, 6, 6, 2}},
+                      DescribeCase{{-7, -3, 3, 5}, 8, 8, false, {-7, -3, 6, 5}},
+                      DescribeCase{{0, 10, 8, 0}, 1920, 1080, true, {0, 10, 8, 0}}));
+
+// What transcode hands its convertor: each side described at its own size
+// (HD source, small destination) from the initial members (0, 0, 0, 1), then
+// from stored values, with the keep flag reaching both sides; sizes, planes
+// and metadata pass through.
+TEST(ColorFunctionsObject, FramesCarryEachSidesDescriptionSizesPlanesAndMetadata) {
+    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(1280, 720, kKRORGBA8888Format, 8, 4, kKRORGBA8888Format));
+    f->setMetaData("src_max_luminance", "1000");
+    f->setMetaData("src_max_luminance", "4000");
+    f->setMetaData("other", "x");
+    SpyLog log = transcodeWithSpy(*f);
     ASSERT_EQ(log.calls, 1);
-    for (const KROFrame* fr : {&log.src, &log.dst}) {
-        EXPECT_EQ(fr->primaries, c.primaries);
-        EXPECT_EQ(fr->transfer, c.transfer);
-        EXPECT_EQ(fr->matrix, c.matrix);
-        EXPECT_EQ(fr->range, c.range);
-        EXPECT_TRUE(fr->name.empty());
-    }
-}
+    EXPECT_EQ(log.src.width, 1280);
+    EXPECT_EQ(log.src.height, 720);
+    EXPECT_EQ(log.dst.width, 8);
+    EXPECT_EQ(log.dst.height, 4);
+    EXPECT_EQ(log.src.strides[0], 1280 * 4);
+    EXPECT_EQ(log.dst.strides[0], 8 * 4);
+    EXPECT_EQ(log.src.planes[1], nullptr);
+    EXPECT_TRUE(log.src.name.empty());
+    EXPECT_TRUE(log.dst.name.empty());
+    EXPECT_EQ(log.meta.at("src_max_luminance"), "4000");
+    EXPECT_EQ(log.meta.size(), 2u);
+    EXPECT_EQ(colorOf(log.src), (Color{1, 1, 0, 1}));
+    EXPECT_EQ(colorOf(log.dst), (Color{5, 6, 0, 1}));
 
-INSTANTIATE_TEST_SUITE_P(Sizes, ColorDefaults,
-                         ::testing::Values(DefaultsCase{1280, 720, 1, 1, 0, 1},
-                                           DefaultsCase{1280, 719, 5, 6, 0, 1},
-                                           DefaultsCase{3840, 2160, 1, 1, 0, 1},
-                                           DefaultsCase{921600, 1, 1, 1, 0, 1},
-                                           DefaultsCase{16, 16, 5, 6, 0, 1}));
-
-TEST(ColorDescription, RewritesAndKeepFlag) {
-    // Stored: unspecified matrix, LOG_SQRT transfer, YCgCo matrix, range 0.
-    const ColorDescription hd = describeColor({2, 10, 8, 0}, 1920, 1080, false);
-    EXPECT_EQ(hd.primaries, 1);
-    EXPECT_EQ(hd.transfer, 13);
-    EXPECT_EQ(hd.matrix, 1);
-    EXPECT_EQ(hd.range, 1);
-    const ColorDescription sd = describeColor({3, 0, -1, 2}, 720, 576, false);
-    EXPECT_EQ(sd.primaries, 5);
-    EXPECT_EQ(sd.transfer, 6);
-    EXPECT_EQ(sd.matrix, 6);
-    EXPECT_EQ(sd.range, 2);
-    // Values without a rule pass unchanged, negative ones included.
-    const ColorDescription odd = describeColor({-7, -3, 3, 5}, 8, 8, false);
-    EXPECT_EQ(odd.primaries, -7);
-    EXPECT_EQ(odd.transfer, -3);
-    EXPECT_EQ(odd.matrix, 6);
-    EXPECT_EQ(odd.range, 5);
-    const ColorDescription kept = describeColor({0, 10, 8, 0}, 1920, 1080, true);
-    EXPECT_EQ(kept.primaries, 0);
-    EXPECT_EQ(kept.transfer, 10);
-    EXPECT_EQ(kept.matrix, 8);
-    EXPECT_EQ(kept.range, 0);
-}
-
-TEST(ColorFunctionsObject, KeepSourceColorAppliesToBothSides) {
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(1920, 1080, kKRORGBA8888Format, 64, 64, kKRORGBA8888Format));
     ASSERT_EQ(f->setColorspaceDetails(kColorPrimariesBT709, kColorTransferLOG_SQRT, kColorMatrixYCGCO, kColorRangeJpeg,
                                       kColorPrimariesUNSPECIFIED, kColorTransferUNSPECIFIED, kColorMatrixUNSPECIFIED,
                                       kColorRangeUNSPECIFIED),
               kKROSuccess);
-    SpyLog log = transcodeWithSpy(*f);
-    EXPECT_EQ(log.src.transfer, 13);
-    EXPECT_EQ(log.src.matrix, 1);
-    EXPECT_EQ(log.dst.primaries, 5);
+    log = transcodeWithSpy(*f);
+    EXPECT_EQ(colorOf(log.src), (Color{1, 13, 1, 2}));
+    EXPECT_EQ(colorOf(log.dst), (Color{5, 6, 6, 1}));
     f->setKeepSourceColor(true);
     log = transcodeWithSpy(*f);
-    EXPECT_EQ(log.src.transfer, 10);
-    EXPECT_EQ(log.src.matrix, 8);
-    EXPECT_EQ(log.dst.primaries, 2);
-    EXPECT_EQ(log.dst.range, 0);
-    // The stored members never change.
-    EXPECT_EQ(f->srcTransfer, 10);
-}
-
-TEST(ColorFunctionsObject, FramesCarrySizesFormatsPlanesAndMetadata) {
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(32, 16, kKRORGBA8888Format, 8, 4, kKRORGBA8888Format));
-    f->setMetaData("src_max_luminance", "1000");
-    f->setMetaData("src_max_luminance", "4000");
-    f->setMetaData("other", "x");
-    const SpyLog log = transcodeWithSpy(*f);
-    EXPECT_EQ(log.src.width, 32);
-    EXPECT_EQ(log.src.height, 16);
-    EXPECT_EQ(log.dst.width, 8);
-    EXPECT_EQ(log.dst.height, 4);
-    EXPECT_EQ(log.src.strides[0], 32 * 4);
-    EXPECT_EQ(log.src.planes[1], nullptr);
-    EXPECT_EQ(log.meta.at("src_max_luminance"), "4000");
-    EXPECT_EQ(log.meta.size(), 2u);
+    EXPECT_EQ(colorOf(log.src), (Color{1, 10, 8, 2}));
+    EXPECT_EQ(colorOf(log.dst), (Color{2, 2, 2, 0}));
+    EXPECT_EQ(f->srcTransfer, 10) << "the stored members never change";
 }
 
 TEST(ColorFunctionsObject, SetColorspaceDetailsRefusesEndMarkersInOrder) {
@@ -179,15 +160,12 @@ TEST(ColorFunctionsObject, SetColorspaceDetailsRefusesEndMarkersInOrder) {
 
 TEST(ColorFunctionsObject, RebuildOnlyWhenASettingThatShapesTheConvertorChanges) {
     std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(16, 16, kKRORGBA8888Format, 16, 16, kKRORGBA8888Format));
-    f->rebuild = false;
-    f->setColorspaceDetails(kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg,
-                            kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg);
-    EXPECT_TRUE(f->rebuild);
-    f->rebuild = false;
-    f->setColorspaceDetails(kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg,
-                            kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg);
-    EXPECT_FALSE(f->rebuild) << "same values twice rebuild once";
-
+    for (bool expected : {true, false}) {  // the same values twice rebuild once
+        f->rebuild = false;
+        f->setColorspaceDetails(kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg,
+                                kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg);
+        EXPECT_EQ(f->rebuild, expected);
+    }
     f->setSrcDimensions(8, 8);
     f->setHWSync(false);
     f->setKeepSourceColor(true);
@@ -215,37 +193,34 @@ TEST(ColorFunctionsObject, RebuildOnlyWhenASettingThatShapesTheConvertorChanges)
 
 TEST(ColorFunctionsObject, SyncFlagReachesOnlyConvertorsBuiltAfterwards) {
     std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(16, 16, kKRORGBA8888Format, 16, 16, kKRORGBA8888Format));
-    Buffers b(16, 16);
-    b.bind(16, 16);
-    ASSERT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
+    Buffers b(16);
+    ASSERT_EQ(b.transcode(*f), kKROSuccess);
     IConvertor* first = f->convertor;
     ASSERT_NE(first, nullptr);
     EXPECT_TRUE(first->hwSync());
     f->setHWSync(false);
-    ASSERT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
+    ASSERT_EQ(b.transcode(*f), kKROSuccess);
     EXPECT_EQ(f->convertor, first) << "kept without a rebuild";
     EXPECT_TRUE(f->convertor->hwSync());
     f->setType(static_cast<KROProfileType>(7));
     f->setType(kKROProfileTypeColorSpace);
-    ASSERT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
+    ASSERT_EQ(b.transcode(*f), kKROSuccess);
     EXPECT_FALSE(f->convertor->hwSync());
 }
 
 TEST(ColorFunctionsObject, BadArgumentsReturnInputParamError) {
     std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(kKRORGBA8888Format, kKRORGBA8888Format));
-    Buffers b(4, 4);
-    b.bind(4, 4);
-    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROInputParamError)
-        << "two-parameter create leaves the sizes at 0";
+    Buffers b(4);
+    EXPECT_EQ(b.transcode(*f), kKROInputParamError) << "two-parameter create leaves the sizes at 0";
     f->setSrcDimensions(4, 4);
     f->setDstDimensions(4, -4);
-    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROInputParamError);
+    EXPECT_EQ(b.transcode(*f), kKROInputParamError);
     f->setDstDimensions(4, 4);
     EXPECT_EQ(f->transcode(nullptr, b.srcStrides, b.dstPlanes, b.dstStrides), kKROInputParamError);
     EXPECT_EQ(f->transcode(b.srcPlanes, nullptr, b.dstPlanes, b.dstStrides), kKROInputParamError);
     EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, nullptr, b.dstStrides), kKROInputParamError);
     EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, nullptr), kKROInputParamError);
-    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
+    EXPECT_EQ(b.transcode(*f), kKROSuccess);
 
     // A null plane or a stride shorter than the row is refused before anything is written.
     const uint8_t* nullPlanes[1] = {nullptr};
@@ -254,45 +229,54 @@ TEST(ColorFunctionsObject, BadArgumentsReturnInputParamError) {
     EXPECT_EQ(f->transcode(b.srcPlanes, shortStride, b.dstPlanes, b.dstStrides), kKROInputParamError);
 }
 
-TEST(ColorFunctionsObject, HugeSizesAreRefusedBeforeAnyAllocation) {
-    // 600 million pixels wide: a row of RGBA16 would need more than a 32-bit stride.
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(600000000, 2, kKRORGBA16LEFormat, 4, 4, kKRORGBA8888Format));
-    Buffers b(4, 4);
-    b.bind(4, 4);
-    const int hugeStride[1] = {INT32_MAX};
-    EXPECT_EQ(f->transcode(b.srcPlanes, hugeStride, b.dstPlanes, b.dstStrides), kKROInputParamError);
+// Rows whose byte count would not fit a 32-bit stride are refused before
+// anything is allocated: 600 million RGBA16 pixels (4.8 GB; staged as RGB888
+// they would fit), and 400 million RGB888 pixels, which fit (1.2 GB) but
+// would be staged in the destination's RGBA16 before the scale (3.2 GB).
+TEST(ColorFunctionsObject, RowsThatWouldNotFitAStrideAreRefused) {
+    Buffers b(4);
+    const struct {
+        int width;
+        KROPixelFormat srcFormat, dstFormat;
+        int srcStride;
+    } cases[] = {{600000000, kKRORGBA16LEFormat, kKRORGB888Format, INT32_MAX},
+                 {400000000, kKRORGB888Format, kKRORGBA16LEFormat, 1200000000}};
+    for (const auto& c : cases) {
+        std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(c.width, 1, c.srcFormat, 4, 4, c.dstFormat));
+        const int srcStrides[] = {c.srcStride};
+        EXPECT_EQ(f->transcode(b.srcPlanes, srcStrides, b.dstPlanes, b.dstStrides), kKROInputParamError) << c.width;
+    }
 }
 
 TEST(ColorFunctionsObject, FormatsTheFrameCannotCarryAreRefused) {
-    Buffers b(4, 4);
-    b.bind(4, 4);
+    Buffers b(4);
     for (int32_t code : {121, 122, 123, 606, 607, 99, 130, 700}) {
-        std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, static_cast<KROPixelFormat>(code), 4, 4, kKRORGBA8888Format));
-        EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROInputPixelFormatNotSupported) << code;
+        const auto other = static_cast<KROPixelFormat>(code);
+        std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, other, 4, 4, kKRORGBA8888Format));
+        EXPECT_EQ(b.transcode(*f), kKROInputPixelFormatNotSupported) << code;
         EXPECT_EQ(f->convertor, nullptr);
-        std::unique_ptr<KROColorFunctions> g(KROColorFunctions::create(4, 4, kKRORGBA8888Format, 4, 4, static_cast<KROPixelFormat>(code)));
-        EXPECT_EQ(g->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROInputPixelFormatNotSupported) << code;
+        std::unique_ptr<KROColorFunctions> g(KROColorFunctions::create(4, 4, kKRORGBA8888Format, 4, 4, other));
+        EXPECT_EQ(b.transcode(*g), kKROInputPixelFormatNotSupported) << code;
     }
 }
 
 TEST(ColorFunctionsObject, SelectionFailuresReturnTheirCodeAndAreRetried) {
     std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, kKRORGBA8888Format, 4, 4, kKRORGBA8888Format));
-    Buffers b(4, 4);
-    b.bind(4, 4);
+    Buffers b(4);
     KROHWContext cuda;
     cuda.srcType = cuda.dstType = kKROHWTypeCUDA;
     cuda.srcHandle = &b;
     cuda.dstHandle = nullptr;
     f->setHWContext(cuda);
-    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROFormatHWContextMismatch);
+    EXPECT_EQ(b.transcode(*f), kKROFormatHWContextMismatch);
     EXPECT_EQ(takeSelectionError(), kKROSuccess) << "transcode consumed the code";
-    // A GL texture source with a zero-filled context falls through to rule 11.
+    // A GL texture source with a zero-filled context falls through to the last rule.
     std::unique_ptr<KROColorFunctions> g(KROColorFunctions::create(4, 4, kKRORGBA8888Texture2DFormat, 4, 4, kKRORGBA8888Format));
-    EXPECT_EQ(g->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROInputParamError);
+    EXPECT_EQ(b.transcode(*g), kKROInputParamError);
     // After cleanup the object behaves as if no context had been set.
     f->cleanup();
     EXPECT_EQ(f->hwContext, nullptr);
-    EXPECT_EQ(f->transcode(b.srcPlanes, b.srcStrides, b.dstPlanes, b.dstStrides), kKROSuccess);
+    EXPECT_EQ(b.transcode(*f), kKROSuccess);
     EXPECT_NE(dynamic_cast<CPUContext*>(f->convertor), nullptr);
 }
 
@@ -312,16 +296,4 @@ TEST(ColorFunctionsObject, CopiesOwnTheirResources) {
     *other = *f;
     EXPECT_EQ(other->srcWidth, 4);
     EXPECT_NE(other->srcICC, f->srcICC);
-}
-
-TEST(ColorFunctionsObject, StagingRowsThatWouldNotFitAStrideAreRefused) {
-    // 400 million RGB888 pixels fit a 32-bit row (1.2 GB), but staged in
-    // RGBA16 before a scale they would need 3.2 GB rows.
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(400000000, 1, kKRORGB888Format, 4, 4, kKRORGBA16LEFormat));
-    std::vector<uint8_t> tiny(4 * 4 * 8);
-    const uint8_t* src[] = {tiny.data()};
-    const int srcStrides[] = {1200000000};
-    uint8_t* dst[] = {tiny.data()};
-    const int dstStrides[] = {32};
-    EXPECT_EQ(f->transcode(src, srcStrides, dst, dstStrides), kKROInputParamError);
 }

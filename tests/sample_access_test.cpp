@@ -198,9 +198,11 @@ INSTANTIATE_TEST_SUITE_P(SampleAccess, SampleAccessSweep, ::testing::ValuesIn(kL
                              return "Format" + std::to_string(info.param.code);
                          });
 
+// Every host format with a CPU layout has accessors; byte formats (121-123)
+// and every code outside the host family have none.
 TEST(SampleAccessTest, EveryAddressableFormatIsCoveredAndOthersAreNull) {
     int covered = 0;
-    for (int32_t code = 0; code < 800; ++code) {
+    for (int32_t code = -1; code < 800; ++code) {
         bool listed = false;
         for (const Layout& l : kLayouts) listed = listed || l.code == code;
         const SampleAccess a = sampleAccessFor(code);
@@ -209,137 +211,18 @@ TEST(SampleAccessTest, EveryAddressableFormatIsCoveredAndOthersAreNull) {
         covered += listed;
     }
     EXPECT_EQ(covered, 23);
-    for (int32_t code : {121, 122, 123, 201, 301, 303, 401, 501, 601, -1}) EXPECT_FALSE(sampleAccessFor(code)) << code;
 }
 
-TEST(SampleAccessTest, BigEndianWordsAreSwapped) {
-    HostFrame f(115, 1, 1);
-    const uint8_t bytes[8] = {0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0};
-    std::memcpy(f.plane(0), bytes, 8);
-    const SampleAccess a = sampleAccessFor(115);
-    NativePixel p = readPixel(a, f.frame, 0, 0);
-    EXPECT_EQ(p.c[0], 0x1234);
-    EXPECT_EQ(p.c[1], 0x5678);
-    EXPECT_EQ(p.c[2], 0x9ABC);
-    EXPECT_EQ(p.c[3], 0xDEF0);
-    writePixel(a, f.frame, 0, 0, NativePixel{{0xA1B2, 0x0001, 0xFF00, 0x8000}});
-    const uint8_t want[8] = {0xA1, 0xB2, 0x00, 0x01, 0xFF, 0x00, 0x80, 0x00};
-    EXPECT_EQ(std::memcmp(f.plane(0), want, 8), 0);
-
-    HostFrame g(118, 1, 1);
-    std::memcpy(g.plane(0), bytes, 6);
-    p = readPixel(sampleAccessFor(118), g.frame, 0, 0);
-    EXPECT_EQ(p.c[0], 0x1234);
-    EXPECT_EQ(p.c[2], 0x9ABC);
-    EXPECT_EQ(p.c[3], 0xFFFF);  // no stored alpha: the maximum code
-
-    HostFrame le(117, 1, 1);
-    std::memcpy(le.plane(0), bytes, 6);
-    p = readPixel(sampleAccessFor(117), le.frame, 0, 0);
-    EXPECT_EQ(p.c[0], 0x3412);
-    EXPECT_EQ(p.c[3], 0xFFFF);
-}
-
-TEST(SampleAccessTest, P010KeepsTheTopTenBits) {
+// The sweep stores only clean P010 words; words from elsewhere may carry
+// bits in the low six, which the reader drops rather than rounds.
+TEST(SampleAccessTest, P010DropsTheLowSixBits) {
     HostFrame f(108, 2, 2);
-    const SampleAccess a = sampleAccessFor(108);
-    // Y(0,0) = 0xFFC0 -> 1023; Y(1,0) = 0x007F -> 1 (low six bits dropped).
-    const uint8_t luma[4] = {0xC0, 0xFF, 0x7F, 0x00};
+    const uint8_t luma[4] = {0xFF, 0xFF, 0x7F, 0x00};  // 0xFFFF -> 1023, 0x007F -> 1
     std::memcpy(f.plane(0), luma, 4);
-    // U = 0x8000 -> 512, V = 0x0040 -> 1.
-    const uint8_t chroma[4] = {0x00, 0x80, 0x40, 0x00};
-    std::memcpy(f.plane(1), chroma, 4);
     NativePixel row[2];
-    a.readRow(f.frame, 0, 0, 2, row);
+    sampleAccessFor(108).readRow(f.frame, 0, 0, 2, row);
     EXPECT_EQ(row[0].c[0], 1023);
     EXPECT_EQ(row[1].c[0], 1);
-    EXPECT_EQ(row[1].c[1], 512);
-    EXPECT_EQ(row[1].c[2], 1);
-    EXPECT_EQ(row[1].c[3], 1);  // YUV without alpha
-    // Writing back reproduces the stored words with the low six bits cleared.
-    a.writeRow(f.frame, 0, 0, 2, row);
-    const uint8_t lumaBack[4] = {0xC0, 0xFF, 0x40, 0x00};
-    EXPECT_EQ(std::memcmp(f.plane(0), lumaBack, 4), 0);
-    EXPECT_EQ(std::memcmp(f.plane(1), chroma, 4), 0);
-}
-
-TEST(SampleAccessTest, NV12ChromaSitsAtHalfRowAndEvenColumn) {
-    HostFrame f(103, 4, 4, 2);  // strides 6 and 6
-    ASSERT_EQ(f.frame.strides[1], 6);
-    for (size_t i = 0; i < f.sizes[1]; ++i) f.plane(1)[i] = static_cast<uint8_t>(100 + i);
-    const SampleAccess a = sampleAccessFor(103);
-    // Pixel (3, 3): chroma at (3/2)*6 + 2*(3/2) = 8, V at 9.
-    NativePixel p = readPixel(a, f.frame, 3, 3);
-    EXPECT_EQ(p.c[1], 108);
-    EXPECT_EQ(p.c[2], 109);
-    p = readPixel(a, f.frame, 1, 2);  // (2/2)*6 + 0 = 6
-    EXPECT_EQ(p.c[1], 106);
-    EXPECT_EQ(p.c[2], 107);
-}
-
-TEST(SampleAccessTest, YUV411ChromaPerFourColumns) {
-    HostFrame f(116, 8, 1);
-    f.plane(1)[0] = 10;
-    f.plane(1)[1] = 20;
-    f.plane(2)[0] = 30;
-    f.plane(2)[1] = 40;
-    const SampleAccess a = sampleAccessFor(116);
-    NativePixel row[8];
-    a.readRow(f.frame, 0, 0, 8, row);
-    for (int x = 0; x < 8; ++x) {
-        EXPECT_EQ(row[x].c[1], x < 4 ? 10 : 20) << x;
-        EXPECT_EQ(row[x].c[2], x < 4 ? 30 : 40) << x;
-    }
-    // Only x = 4 of the run 1..6 starts a block.
-    for (int x = 0; x < 8; ++x) row[x] = NativePixel{{static_cast<uint16_t>(x), 7, 8, 0}};
-    a.writeRow(f.frame, 0, 1, 6, &row[1]);
-    EXPECT_EQ(f.plane(1)[0], 10);
-    EXPECT_EQ(f.plane(1)[1], 7);
-    EXPECT_EQ(f.plane(2)[1], 8);
-    EXPECT_EQ(f.plane(0)[0], 0);
-    EXPECT_EQ(f.plane(0)[6], 6);
-    EXPECT_EQ(f.plane(0)[7], 0);
-}
-
-TEST(SampleAccessTest, OddRowsOf420WriteNoChroma) {
-    HostFrame f(104, 4, 4);
-    f.fill(0x55);
-    const SampleAccess a = sampleAccessFor(104);
-    const NativePixel row[4] = {{{1, 2, 3, 0}}, {{4, 5, 6, 0}}, {{7, 8, 9, 0}}, {{10, 11, 12, 0}}};
-    a.writeRow(f.frame, 1, 0, 4, row);
-    for (size_t i = 0; i < f.sizes[1]; ++i) EXPECT_EQ(f.plane(1)[i], 0x55);
-    for (size_t i = 0; i < f.sizes[2]; ++i) EXPECT_EQ(f.plane(2)[i], 0x55);
-    EXPECT_EQ(f.plane(0)[4 + 3], 10);
-    a.writeRow(f.frame, 2, 0, 4, row);  // even row: pixels 0 and 2 write their own chroma
-    EXPECT_EQ(f.plane(1)[2 + 0], 2);
-    EXPECT_EQ(f.plane(1)[2 + 1], 8);
-    EXPECT_EQ(f.plane(2)[2 + 1], 9);
-}
-
-TEST(SampleAccessTest, ByteOrderOfPackedFormats) {
-    const uint8_t bytes[4] = {1, 2, 3, 4};
-    struct Case {
-        int32_t code;
-        uint16_t want[4];
-    } cases[] = {
-        {101, {1, 2, 3, 255}}, {119, {3, 2, 1, 255}}, {102, {1, 2, 3, 4}},
-        {120, {3, 2, 1, 4}},   {126, {1, 2, 3, 4}},
-    };
-    for (const Case& c : cases) {
-        HostFrame f(c.code, 1, 1);
-        std::memcpy(f.plane(0), bytes, f.sizes[0]);
-        const NativePixel p = readPixel(sampleAccessFor(c.code), f.frame, 0, 0);
-        for (int k = 0; k < 4; ++k) EXPECT_EQ(p.c[k], c.want[k]) << c.code << " " << k;
-    }
-}
-
-TEST(SampleAccessTest, AlphaPlaneOf444Alpha) {
-    HostFrame f(124, 2, 1);
-    const uint8_t alpha[4] = {0xFF, 0x03, 0x00, 0x02};
-    std::memcpy(f.plane(3), alpha, 4);
-    const SampleAccess a = sampleAccessFor(124);
-    EXPECT_EQ(readPixel(a, f.frame, 0, 0).c[3], 0x3FF);
-    EXPECT_EQ(readPixel(a, f.frame, 1, 0).c[3], 0x200);
 }
 
 }  // namespace
