@@ -92,14 +92,19 @@ INSTANTIATE_TEST_SUITE_P(Rules, ICCAcceptance, ::testing::ValuesIn(kMutations),
                              return n;
                          });
 
+// The sRGB-like matrix profile of the builder with one more tag at its end.
+Bytes matrixProfileWith(const Tag& extra) {
+    return profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
+                    {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
+                    {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
+                    {"rTRC", curvGamma(0x0233)},
+                    {"gTRC", {}, 3},
+                    {"bTRC", {}, 3},
+                    extra});
+}
+
 TEST(ICCAcceptance, UnusedTagReachingPastTheDeclaredSizeIsRefused) {
-    Bytes b = profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
-                       {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
-                       {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
-                       {"rTRC", curvGamma(0x0233)},
-                       {"gTRC", {}, 3},
-                       {"bTRC", {}, 3},
-                       {"zzzz", xyz(0, 0, 0)}});
+    Bytes b = matrixProfileWith({"zzzz", xyz(0, 0, 0)});
     ASSERT_TRUE(parses(b));
     set32(b, 132 + 12 * 6 + 8, 21);  // the last element is 20 bytes and ends the profile
     EXPECT_FALSE(parses(b));
@@ -147,28 +152,14 @@ TEST(ICCAcceptance, CICPTagIsReadOrRefused) {
     putSig(cicp, "cicp");
     put32(cicp, 0);
     cicp.insert(cicp.end(), {9, 16, 0, 1});
-    Bytes b = matrixProfile(curvGamma(0x0233));
     ICCProfile p;
-    ASSERT_TRUE(parses(profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
-                                {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
-                                {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
-                                {"rTRC", curvGamma(0x0233)},
-                                {"gTRC", {}, 3},
-                                {"bTRC", {}, 3},
-                                {"cicp", cicp}}),
-                       &p));
+    ASSERT_TRUE(parses(matrixProfileWith({"cicp", cicp}), &p));
     EXPECT_TRUE(p.hasCICP);
     EXPECT_EQ(p.cicp[0], 9);
     EXPECT_EQ(p.cicp[1], 16);
     EXPECT_EQ(p.cicp[3], 1);
     cicp.resize(10);
-    EXPECT_FALSE(parses(profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
-                                 {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
-                                 {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
-                                 {"rTRC", curvGamma(0x0233)},
-                                 {"gTRC", {}, 3},
-                                 {"bTRC", {}, 3},
-                                 {"cicp", cicp}})));
+    EXPECT_FALSE(parses(matrixProfileWith({"cicp", cicp})));
 }
 
 // ---------------------------------------------------------------- curves
@@ -183,70 +174,74 @@ ICCCurve parsedRedCurve(const Bytes& curve, bool* ok) {
     return p.trc[0];
 }
 
-TEST(ICCCurves, OneEntryCurvIsAPurePower) {
-    bool ok;
-    const ICCCurve c = parsedRedCurve(curvGamma(0x0233), &ok);
-    ASSERT_TRUE(ok);
-    EXPECT_EQ(c.tableEntries, 0u);
-    EXPECT_EQ(c.parametric.g, 2.19921875f);  // 563 / 256
-    EXPECT_EQ(c.parametric.a, 1.0f);
-}
+// Each curve as the red curve of a matrix profile, evaluated over the 8-bit
+// codes against its formula worked out here; a null formula means the
+// profile is refused.
+struct CurveCase {
+    const char* name;
+    Bytes curve;
+    std::function<double(double)> formula;
+    double tolerance;
+};
 
-TEST(ICCCurves, ParaType3WithTheSRGBConstantsDecodesSRGB) {
+class ICCCurves : public ::testing::TestWithParam<CurveCase> {};
+
+TEST_P(ICCCurves, EvaluateToTheirFormulaOrAreRefused) {
+    const CurveCase& c = GetParam();
     bool ok;
-    const ICCCurve c = parsedRedCurve(para(3, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045}), &ok);
-    ASSERT_TRUE(ok);
+    const ICCCurve curve = parsedRedCurve(c.curve, &ok);
+    ASSERT_EQ(ok, c.formula != nullptr);
+    if (!ok) return;
     for (int i = 0; i <= 255; ++i) {
         const double x = i / 255.0;
-        EXPECT_NEAR(icc::evalCurve(c, static_cast<float>(x)), srgbToLinear(x), 3e-4) << i;
+        EXPECT_NEAR(icc::evalCurve(curve, static_cast<float>(x)), c.formula(x), c.tolerance) << i;
     }
 }
 
-TEST(ICCCurves, ParaTypesReadTheirParametersOrAreRefused) {
-    bool ok;
-    // Type 2: Y = (aX + b)^g + c above -b/a, c below.
-    const ICCCurve t2 = parsedRedCurve(para(2, {1.0, 0.5, -0.25, 0.125}), &ok);
-    ASSERT_TRUE(ok);
-    EXPECT_NEAR(icc::evalCurve(t2, 0.25f), 0.125f, 1e-6);          // below -b/a = 0.5
-    EXPECT_NEAR(icc::evalCurve(t2, 1.0f), 0.25f + 0.125f, 1e-4);  // 0.5 - 0.25 + 0.125
-    parsedRedCurve(para(1, {2.2, 0.0, 0.1}), &ok);
-    EXPECT_FALSE(ok) << "type 1 with a = 0";
-    parsedRedCurve(para(5, {1, 1, 0, 0, 0, 0, 0}), &ok);
-    EXPECT_FALSE(ok) << "function type 5";
-    parsedRedCurve(para(4, {2.2, 1, 0, -1, 0, 0, 0}), &ok);
-    EXPECT_FALSE(ok) << "negative c";
-    Bytes shortPara = para(4, {2.2, 1, 0, 0, 0, 0, 0});
-    shortPara.resize(shortPara.size() - 4);
-    parsedRedCurve(shortPara, &ok);
-    EXPECT_FALSE(ok) << "type 4 missing its last parameter";
+// Interpolation in the three-entry table {0, 65535, 32768}.
+double tableFormula(double x) {
+    const double mid = 32768 / 65535.0;
+    return x <= 0.5 ? 2 * x : 1 + (mid - 1) * (2 * x - 1);
 }
 
-TEST(ICCCurves, TablesInterpolateLinearlyAndClampTheirInput) {
+const CurveCase kCurves[] = {
+    // One-entry curv: a pure power of 563/256 (u8Fixed8Number 0x0233).
+    {"curv_gamma", curvGamma(0x0233), [](double x) { return std::pow(x, 563 / 256.0); }, 5e-4},
+    {"para3_srgb", para(3, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045}), srgbToLinear, 3e-4},
+    // Type 2: Y = (aX + b)^g + c for X >= -b/a, else c.
+    {"para2", para(2, {1.0, 0.5, -0.25, 0.125}), [](double x) { return (x >= 0.5 ? 0.5 * x - 0.25 : 0) + 0.125; }, 1e-4},
+    {"curv_table", curvTable({0, 65535, 32768}), tableFormula, 1e-6},
+    {"para1_a_zero", para(1, {2.2, 0.0, 0.1}), nullptr, 0},
+    {"para_type5", para(5, {1, 1, 0, 0, 0, 0, 0}), nullptr, 0},
+    {"para4_negative_c", para(4, {2.2, 1, 0, -1, 0, 0, 0}), nullptr, 0},
+    {"para4_missing_last",
+     [] {
+         Bytes b = para(4, {2.2, 1, 0, 0, 0, 0, 0});
+         b.resize(b.size() - 4);
+         return b;
+     }(),
+     nullptr, 0},
+};
+
+INSTANTIATE_TEST_SUITE_P(Types, ICCCurves, ::testing::ValuesIn(kCurves),
+                         [](const ::testing::TestParamInfo<CurveCase>& info) { return std::string(info.param.name); });
+
+// Table inputs are clamped to [0, 1]. Identity tables in LUTs may become the
+// identity function, but a table that is not a line through 0 with slope 1
+// keeps its values.
+TEST(ICCCurveTables, ClampTheirInputAndKeepNonIdentityValues) {
     bool ok;
     const ICCCurve c = parsedRedCurve(curvTable({0, 65535, 32768}), &ok);
     ASSERT_TRUE(ok);
-    EXPECT_EQ(c.tableEntries, 3u);
-    EXPECT_FLOAT_EQ(icc::evalCurve(c, 0.25f), 0.5f);
-    EXPECT_FLOAT_EQ(icc::evalCurve(c, 0.5f), 1.0f);
-    EXPECT_NEAR(icc::evalCurve(c, 0.75f), (1.0 + 32768 / 65535.0) / 2, 1e-6);
     EXPECT_FLOAT_EQ(icc::evalCurve(c, -3.0f), 0.0f);
     EXPECT_NEAR(icc::evalCurve(c, 7.0f), 32768 / 65535.0, 1e-6);
-}
-
-TEST(ICCCurves, IdentityTablesInLutsBecomeTheIdentityFunction) {
-    ICCProfile p;
-    ASSERT_TRUE(parses(profile({{"A2B0", identityA2B()}}), &p));
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(p.A2B.inputCurves[i].tableEntries, 0u);
-        EXPECT_EQ(p.A2B.outputCurves[i].tableEntries, 0u);
-        EXPECT_EQ(p.A2B.inputCurves[i].parametric.g, 1.0f);
-    }
-    // A table that is not a line through 0 with slope 1 stays a table.
     Bytes lut = identityA2B();
     lut[52 + 2] = 0x10;  // first input table, entry 1: 0x10ff instead of 0xffff
-    ASSERT_TRUE(parses(profile({{"A2B0", lut}}), &p));
-    EXPECT_EQ(p.A2B.inputCurves[0].tableEntries, 2u);
-    EXPECT_EQ(p.A2B.inputCurves[1].tableEntries, 0u);
+    const Bytes bytes = profile({{"A2B0", lut}});  // the record points into these
+    ICCProfile p;
+    ASSERT_TRUE(parses(bytes, &p));
+    EXPECT_NEAR(icc::evalCurve(p.A2B.inputCurves[0], 0.5f), 0.5 * 0x10ff / 65535.0, 1e-6);
+    EXPECT_NEAR(icc::evalCurve(p.A2B.inputCurves[1], 0.5f), 0.5, 1e-4);  // the fast power
 }
 
 // ---------------------------------------------------------------- inversions
@@ -389,36 +384,6 @@ TEST(ICCTransform, AlphaFormats) {
     ASSERT_TRUE(transformICC(px, kICCPixelFormatRGBA8888, kICCAlphaPremultiplied, nullptr, out,
                              kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, nullptr, 1));
     EXPECT_EQ(out[0], 199);
-}
-
-// A CMYK profile whose A2B maps (C, M, Y, K) to XYZ = (1 - C)(1 - K) x D50
-// white on all three channels (a neutral ramp).
-Bytes cmykProfile(const std::vector<Tag>& extra = {}) {
-    std::vector<Tag> tags = {{"A2B0", mft2(4, 3, 2, [](const double* c, int o) {
-                                  const double w[3] = {0.9642, 1.0, 0.8249};
-                                  return (1 - c[0]) * (1 - c[3]) * w[o] * 32768.0 / 65535.0;
-                              })}};
-    tags.insert(tags.end(), extra.begin(), extra.end());
-    return profile(tags, "CMYK", "XYZ ", 0x02100000, "prtr");
-}
-
-TEST(ICCTransform, CMYKSourceReadsItsChannelsInverted) {
-    ICCProfile cmyk;
-    const Bytes bytes = cmykProfile();
-    ASSERT_TRUE(parses(bytes, &cmyk));
-    // Stored 255 means no ink: C = 0, K = 0 gives the lattice's white
-    // (D50 x 32768/65535 ~ half of white in XYZ, as the table says).
-    const uint8_t noInk[4] = {255, 255, 255, 255};
-    const uint8_t fullCyan[4] = {0, 255, 255, 255};
-    uint8_t a[4], b[4];
-    ASSERT_TRUE(transformICC(noInk, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &cmyk, a,
-                             kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &kICCXYZD50Profile, 1));
-    ASSERT_TRUE(transformICC(fullCyan, kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &cmyk, b,
-                             kICCPixelFormatRGBA8888, kICCAlphaUnpremultiplied, &kICCXYZD50Profile, 1));
-    EXPECT_NEAR(a[1], 0.5 * 255, 1);
-    EXPECT_EQ(a[3], 255) << "after a four-input lookup alpha is opaque";
-    EXPECT_EQ(b[0], 0);
-    EXPECT_EQ(b[1], 0);
 }
 
 TEST(ICCTransform, RefusesOversizedRunsAndMismatchedInPlaceRuns) {
