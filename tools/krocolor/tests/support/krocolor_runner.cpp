@@ -85,8 +85,6 @@ void writeFile(const std::string& path, const std::vector<uint8_t>& bytes) {
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-bool fileExists(const std::string& path) { return fs::exists(path); }
-
 std::vector<std::string> listFolder(const std::string& path) {
     std::vector<std::string> names;
     for (const auto& e : fs::directory_iterator(path)) names.push_back(e.path().filename().string());

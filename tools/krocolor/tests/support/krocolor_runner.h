@@ -34,7 +34,6 @@ private:
 
 std::vector<uint8_t> readFile(const std::string& path);
 void writeFile(const std::string& path, const std::vector<uint8_t>& bytes);
-bool fileExists(const std::string& path);
 // Names in the folder (to see that no temporary file was left behind).
 std::vector<std::string> listFolder(const std::string& path);
 
