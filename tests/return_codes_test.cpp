@@ -48,18 +48,20 @@ TEST(ReturnCodes, OutOfRangeCodesNeverReadOutsideTheTable) {
     EXPECT_STREQ(queryKROReturn(static_cast<KROReturn>(INT32_MAX)), "Unknown error.");
 }
 
+// Both records are assigned field by field (handles are borrowed, never
+// released); the move leaves its source as it was.
 TEST(HWContextRecord, AssignmentsCopyAllSixFieldsAndLeaveTheSource) {
+    EXPECT_EQ(KROHWContext().srcType, 0);
+    EXPECT_EQ(KROHWContext().dstHandle, nullptr);
     int a = 0, b = 0, c = 0, d = 0;
-    KROHWContext src;
+    KROHWContext src, copy, moved;
     src.srcHandle = &a;
     src.srcQueue = &b;
     src.srcType = 0x7fff1234;
     src.dstHandle = &c;
     src.dstQueue = &d;
     src.dstType = -5;
-    KROHWContext copy;
     copy = src;
-    KROHWContext moved;
     moved = std::move(src);
     for (const KROHWContext* r : {&copy, &moved, &src}) {
         EXPECT_EQ(r->srcHandle, &a);
@@ -69,22 +71,18 @@ TEST(HWContextRecord, AssignmentsCopyAllSixFieldsAndLeaveTheSource) {
         EXPECT_EQ(r->dstQueue, &d);
         EXPECT_EQ(r->dstType, -5);
     }
-    EXPECT_EQ(KROHWContext().srcType, 0);
-    EXPECT_EQ(KROHWContext().dstHandle, nullptr);
 }
 
 TEST(HWContextRecord, D3D11ManagerStartsNullAndCopiesBothPointers) {
-    ID3D11Manager empty;
-    EXPECT_EQ(empty.device, nullptr);
-    EXPECT_EQ(empty.context, nullptr);
-    ID3D11Manager m;
+    ID3D11Manager m, copy, moved;
+    EXPECT_EQ(m.device, nullptr);
+    EXPECT_EQ(m.context, nullptr);
     m.device = reinterpret_cast<ID3D11Device*>(0x10);
     m.context = reinterpret_cast<ID3D11DeviceContext*>(0x20);
-    ID3D11Manager copy;
     copy = m;
-    ID3D11Manager moved;
     moved = std::move(m);
-    EXPECT_EQ(copy.device, m.device);
-    EXPECT_EQ(moved.context, m.context);
-    EXPECT_EQ(m.device, reinterpret_cast<ID3D11Device*>(0x10));
+    for (const ID3D11Manager* r : {&copy, &moved, &m}) {
+        EXPECT_EQ(r->device, reinterpret_cast<ID3D11Device*>(0x10));
+        EXPECT_EQ(r->context, reinterpret_cast<ID3D11DeviceContext*>(0x20));
+    }
 }

@@ -20,22 +20,16 @@ def matrix(xr, yr, xg, yg, xb, yb, xw=0.3127, yw=0.3290):
     return [[P[r][c] * S[c] for c in range(3)] for r in range(3)]
 
 
+def det(m):
+    return (m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1])
+            - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0])
+            + m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]))
+
+
 def solve(M, v):
-    import copy
-    A = copy.deepcopy(M)
-    b = list(v)
-    n = 3
-    for i in range(n):
-        p = max(range(i, n), key=lambda r: abs(A[r][i]))
-        A[i], A[p] = A[p], A[i]
-        b[i], b[p] = b[p], b[i]
-        for r in range(n):
-            if r != i:
-                f = A[r][i] / A[i][i]
-                for c in range(n):
-                    A[r][c] -= f * A[i][c]
-                b[r] -= f * b[i]
-    return [b[i] / A[i][i] for i in range(n)]
+    """M x = v by Cramer's rule."""
+    d = det(M)
+    return [det([[v[r] if c == k else M[r][c] for c in range(3)] for r in range(3)]) / d for k in range(3)]
 
 
 def mul(M, v):
