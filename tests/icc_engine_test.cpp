@@ -320,19 +320,11 @@ TEST(ICCTransform, SameRecordOrNoProfilesLeavePixelsUnchanged) {
     EXPECT_EQ(in, out);
 }
 
-TEST(ICCTransform, SRGBRoundTripThroughTheXYZProfileKeepsCodes) {
-    std::vector<uint16_t> in, xyzPixels(3 * 4096), back(3 * 4096);
-    for (int i = 0; i < 4096; ++i) in.insert(in.end(), {uint16_t(i * 16), uint16_t(65535 - i * 16), uint16_t(i * 13)});
-    ASSERT_TRUE(transformICC(in.data(), kICCPixelFormatRGB161616LE, kICCAlphaOpaque, nullptr, xyzPixels.data(),
-                             kICCPixelFormatRGB161616LE, kICCAlphaOpaque, &kICCXYZD50Profile, 4096));
-    ASSERT_TRUE(transformICC(xyzPixels.data(), kICCPixelFormatRGB161616LE, kICCAlphaOpaque, &kICCXYZD50Profile,
-                             back.data(), kICCPixelFormatRGB161616LE, kICCAlphaOpaque, nullptr, 4096));
-    // 16-bit linear XYZ is coarse near black: one code there is 12.92 sRGB
-    // codes, and the inverse matrix mixes three channels' rounding, so the
-    // round trip keeps codes within 0.2% of full scale.
-    for (size_t i = 0; i < in.size(); ++i) EXPECT_NEAR(back[i], in[i], 131) << i;
-    // White maps to the sum of the published sRGB colorants (0.964279,
-    // 1.000000, 0.825088: the D50 white as those profiles round it).
+// White maps to the sum of the published sRGB colorants (0.964279, 1.000000,
+// 0.825088: the D50 white as those profiles round it). Conversions between
+// real profiles in both directions are compared with Little CMS in
+// icc_oracle_test.cpp.
+TEST(ICCTransform, SRGBWhiteInXYZIsTheSumOfThePublishedColorants) {
     const uint16_t white[3] = {65535, 65535, 65535};
     uint16_t w[3];
     ASSERT_TRUE(transformICC(white, kICCPixelFormatRGB161616LE, kICCAlphaOpaque, nullptr, w, kICCPixelFormatRGB161616LE,
