@@ -49,10 +49,7 @@ TEST(ICCPath, NoProfilesConvertSRGBToSRGBAndSetAlpha) {
     for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<uint8_t>(i * 37);
     ASSERT_EQ(transcodeICC(w, h, kKRORGB888Format, src.data(), w * 3, w, h, kKRORGBA8888Format, dst.data(), w * 4),
               kKROSuccess);
-    for (int p = 0; p < w * h; ++p) {
-        for (int c = 0; c < 3; ++c) EXPECT_NEAR(dst[p * 4 + c], src[p * 3 + c], 1);
-        EXPECT_EQ(dst[p * 4 + 3], 255);
-    }
+    for (int i = 0; i < w * h * 4; ++i) EXPECT_NEAR(dst[i], i % 4 < 3 ? src[i / 4 * 3 + i % 4] : 255, i % 4 < 3) << i;
 }
 
 TEST(ICCPath, SwitchingToICCModeReleasesTheColourConvertor) {
@@ -159,16 +156,14 @@ TEST(ICCPath, KnownPrintProfileReadsCMYKAsStoredInverted) {
 }
 
 TEST(ICCPath, BandsOfATallImage) {
-    const ICCBand expected[10] = {{0, 2}, {2, 4}, {4, 6}, {6, 8}, {8, 10}, {10, 11},
-                                  {11, 11}, {11, 11}, {11, 11}, {11, 11}};
+    // Bands of ceil(11 / 10) = 2 rows; the sixth holds row 10 alone, the rest are empty.
+    const int ends[10] = {2, 4, 6, 8, 10, 11, 11, 11, 11, 11};
     for (int k = 0; k < 10; ++k) {
         const ICCBand b = iccBand(11, k, 10);
-        EXPECT_EQ(b.first, expected[k].first) << k;
-        EXPECT_EQ(b.end, expected[k].end) << k;
+        EXPECT_TRUE(b.first == (k ? ends[k - 1] : 0) && b.end == ends[k]) << k;
     }
     const ICCBand last = iccBand(1080, 9, 10);
-    EXPECT_EQ(last.first, 972);
-    EXPECT_EQ(last.end, 1080);
+    EXPECT_TRUE(last.first == 972 && last.end == 1080);
 }
 
 // The engine layout of each packed format the path converts.
@@ -232,12 +227,7 @@ INSTANTIATE_TEST_SUITE_P(Sources, ICCPathSweep,
 TEST(ICCPath, DifferentSizesResizeFirst) {
     const int sw = 16, sh = 12, dw = 7, dh = 5;
     std::vector<uint8_t> src(sw * sh * 4), dst(dw * dh * 3, 0), reference(dw * dh * 3);
-    for (int p = 0; p < sw * sh; ++p) {
-        src[p * 4 + 0] = 200;
-        src[p * 4 + 1] = 30;
-        src[p * 4 + 2] = 90;
-        src[p * 4 + 3] = 255;
-    }
+    for (size_t i = 0; i < src.size(); ++i) src[i] = "\xC8\x1E\x5A\xFF"[i % 4];  // 200, 30, 90, 255
     const Bytes adobe = embeddedAdobe();
     ASSERT_EQ(transcodeICC(sw, sh, kKRORGBA8888Format, src.data(), sw * 4, dw, dh, kKRORGB888Format, dst.data(), dw * 3,
                            {}, adobe),
@@ -270,9 +260,7 @@ TEST_P(ICCEmbedded, HeaderTagsAndColorants) {
     ASSERT_EQ(b.size(), e.size);
     EXPECT_EQ(be32(&b[0]), e.size);
     EXPECT_EQ(be32(&b[8]), e.version);
-    EXPECT_EQ(std::string(b.begin() + 12, b.begin() + 16), "mntr");
-    EXPECT_EQ(std::string(b.begin() + 16, b.begin() + 20), "RGB ");
-    EXPECT_EQ(std::string(b.begin() + 20, b.begin() + 24), "XYZ ");
+    EXPECT_EQ(std::string(b.begin() + 12, b.begin() + 24), "mntrRGB XYZ ");
     EXPECT_EQ(std::string(b.begin() + 36, b.begin() + 40), "acsp");
     ASSERT_EQ(be32(&b[128]), e.tags.size());
     for (size_t i = 0; i < e.tags.size(); ++i) {
@@ -286,17 +274,7 @@ TEST_P(ICCEmbedded, HeaderTagsAndColorants) {
                 const uint8_t* tag = &b[be32(&b[136 + 12 * i])];
                 for (int k = 0; k < 3; ++k) EXPECT_NEAR(fixed(tag + 8 + 4 * k), e.colorants[c][k], 1.0 / 65536) << c;
             }
-    ICCProfile p;
-    const int priorities[2] = {0, 1};
-    ASSERT_TRUE(parseICCProfile(b.data(), b.size(), priorities, 2, &p));
-    // Usable on either side of a conversion.
-    const uint8_t px[3] = {10, 128, 250};
-    uint8_t out[3], back[3];
-    ASSERT_TRUE(transformICC(px, kICCPixelFormatRGB888, kICCAlphaOpaque, nullptr, out, kICCPixelFormatRGB888,
-                             kICCAlphaOpaque, &p, 1));
-    ASSERT_TRUE(transformICC(out, kICCPixelFormatRGB888, kICCAlphaOpaque, &p, back, kICCPixelFormatRGB888,
-                             kICCAlphaOpaque, nullptr, 1));
-    for (int c = 0; c < 3; ++c) EXPECT_NEAR(back[c], px[c], 2);
+    // Parsing and use on either side are compared with Little CMS in icc_oracle_test.
 }
 
 const EmbeddedCase kEmbedded[] = {
