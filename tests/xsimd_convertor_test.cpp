@@ -1,6 +1,6 @@
 // The SIMD CPU convertor's own behaviour: how it is selected, its aligned
 // allocator, the intermediate frame and the source peak luminance. Its
-// pixels are compared with the scalar convertor's in xsimd_differential_test,
+// pixels are held to the scalar convertor's in conformance_test,
 // its pass-through copy in cpu_convertor_test, its rotation and cropping in
 // geometry_kernels_test.
 #include <gtest/gtest.h>
