@@ -9,6 +9,7 @@
 #include "color/color_plan.h"
 #include "color/pixel.h"
 #include "core/pixel_format_table.h"
+#include "color/pixel_pipeline.h"
 
 namespace KROCOLOR {
 
@@ -41,29 +42,5 @@ Pixel PQ_OETF(const Pixel& p, int32_t srcTransfer);
 // matters only when both transfers are PQ.
 NativePixel convertPixel(const NativePixel& codes, const ColorSide& src, const ColorSide& dst,
                          int32_t sourcePeak);
-
-// A colour plan carried out over runs of pixels: the plan's stages mapped
-// once to row loops built from the same inline kernels as convertPixel, so
-// run() gives exactly convertPixel's codes. Construction is cheap and
-// allocates nothing; run() is const and may be called from many threads.
-class PixelPipeline {
-public:
-    explicit PixelPipeline(const ColorPlan& plan);
-    PixelPipeline(const ColorSide& src, const ColorSide& dst, int32_t sourcePeak);
-    // in and out may be the same array.
-    void run(const NativePixel* in, NativePixel* out, int count) const;
-
-    using ReadStage = void (*)(const ColorPlan&, const NativePixel*, Pixel*, int);
-    using PixelStage = void (*)(const ColorPlan&, Pixel*, int);
-    using WriteStage = void (*)(const ColorPlan&, const Pixel*, NativePixel*, int);
-
-private:
-    static constexpr int kMaxStages = 5;  // YUV->RGB, EOTF, primaries, OETF, RGB->YUV
-    ColorPlan plan_;
-    ReadStage read_;
-    PixelStage stages_[kMaxStages];
-    int stageCount_;
-    WriteStage write_;
-};
 
 }  // namespace KROCOLOR

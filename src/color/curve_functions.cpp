@@ -6,7 +6,7 @@ namespace {
 
 template <float (*F)(float)>
 constexpr CurveChoice choice() {
-    return CurveChoice{F, &kernels::rowCurve<F>};
+    return CurveChoice{F, &kernels::rowCurve<F>, &kernels::blockCurve<F>};
 }
 
 }  // namespace

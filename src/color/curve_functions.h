@@ -1,5 +1,6 @@
 // The scalar functions of each transfer curve of a colour plan: the
-// per-channel function and the row loop built from the same inline function.
+// per-channel function and the row loops (an array of pixels, a block held
+// one array per component) built from the same inline function.
 // Which curve a transfer value selects is the plan's decision (color_plan.h).
 #pragma once
 
@@ -11,6 +12,7 @@ namespace KROCOLOR {
 struct CurveChoice {
     float (*channel)(float);
     kernels::PixelStage row;
+    kernels::BlockCurve block;
 };
 
 // Signal -> linear. HLG has no per-channel EOTF and PQ needs the plan's

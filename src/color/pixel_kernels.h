@@ -9,6 +9,7 @@
 #include "color/color_constants.h"
 #include "color/color_plan.h"
 #include "color/pixel.h"
+#include "color/pixel_block.h"
 #include "color/transfer_curves.h"
 
 namespace KROCOLOR {
@@ -185,6 +186,17 @@ using PixelStage = void (*)(const ColorPlan&, Pixel*, int);
 template <float (*F)(float)>
 void rowCurve(const ColorPlan&, Pixel* px, int n) {
     for (int i = 0; i < n; ++i) px[i] = perChannel<F>(px[i]);
+}
+
+// The same curve over a block held one array per component: still one call
+// per sample (a vector curve would differ in the last bit).
+using BlockCurve = void (*)(PixelBlock&, int);
+
+template <float (*F)(float)>
+void blockCurve(PixelBlock& b, int n) {
+    for (int i = 0; i < n; ++i) b.c0[i] = F(b.c0[i]);
+    for (int i = 0; i < n; ++i) b.c1[i] = F(b.c1[i]);
+    for (int i = 0; i < n; ++i) b.c2[i] = F(b.c2[i]);
 }
 
 }  // namespace kernels

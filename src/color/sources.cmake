@@ -8,3 +8,5 @@ target_include_directories(kro_gpu_constants PRIVATE ${PROJECT_SOURCE_DIR}/src)
 add_custom_target(regenerate_gpu_constants
   COMMAND kro_gpu_constants ${PROJECT_SOURCE_DIR}/src
   COMMENT "Writing the GPU colour constant headers under src/")
+
+include(${CMAKE_CURRENT_LIST_DIR}/x86/vector_rows.cmake)

@@ -1,0 +1,187 @@
+// The vector colour stages against the per-pixel loop they replace: every
+// host format pair under a spread of colour descriptions must give the same
+// bytes at awkward sizes and strides, and the exact curve shortcuts must
+// reproduce the per-pixel codes for every input they can be given.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include "KROColorFunctions.h"
+#include "color/code_thresholds.h"
+#include "color/color_constants.h"
+#include "color/curve_functions.h"
+#include "color/pixel_kernels.h"
+#include "color/row_isa.h"
+#include "cpu/cpu_context.h"
+#include "support/frame_buffers.h"
+
+using namespace KROCOLOR;
+using KROCOLOR::test::FrameBuffers;
+
+namespace {
+
+const int32_t kHostFormats[] = {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 113,
+                                114, 115, 116, 117, 118, 119, 120, 124, 125, 126};
+
+struct Description {
+    int32_t primaries, transfer, matrix, range;
+};
+
+struct ColourCase {
+    const char* name;
+    Description src, dst;
+    int32_t peak;  // "src_max_luminance", 0 for none
+};
+
+// Each case sends the pixels through a different set of stages and curves.
+const ColourCase kColourCases[] = {
+    {"RequantiseOnly", {1, 1, 1, 1}, {1, 1, 1, 1}, 0},
+    {"MatrixAndRange", {1, 1, 1, 1}, {1, 1, 5, 2}, 0},
+    {"PQToSDR", {9, 16, 9, 1}, {1, 1, 1, 2}, 0},
+    {"PQToPQWithPeak", {9, 16, 9, 2}, {1, 16, 1, 1}, 1000},
+    {"HLGToBT2020_12", {9, 18, 10, 1}, {9, 15, 10, 2}, 0},
+    {"SRGBToHLG", {1, 13, 0, 2}, {9, 18, 9, 1}, 0},
+    {"SDRToPQ", {5, 6, 6, 1}, {9, 16, 9, 1}, 0},
+    {"Gamma22ToXvYCC", {12, 4, 8, 2}, {11, 11, 1, 1}, 0},
+    {"DCIP3ToSRGB", {11, 100, 1, 1}, {12, 13, 1, 2}, 0},
+    {"Gamma18ToBT601", {23, 19, 1, 1}, {6, 6, 6, 1}, 0},
+    {"ProPhotoToBT709", {24, 1, 1, 2}, {1, 14, 1, 1}, 0},
+};
+
+// (width, height, row padding of the source, of the destination): odd
+// sizes, runs longer than one block, strides wider than a row.
+struct Shape {
+    int width, height, srcPad, dstPad;
+};
+const Shape kShapes[] = {{37, 11, 0, 3}, {131, 3, 5, 0}, {1, 1, 1, 0}};
+
+void convert(int32_t srcFormat, int32_t dstFormat, const ColourCase& c, const Shape& s, RowIsa isa,
+             FrameBuffers& dst) {
+    FrameBuffers src(srcFormat, s.width, s.height, s.srcPad);
+    src.fillRandom(static_cast<uint32_t>(srcFormat * 7919 + dstFormat * 104729 + s.width));
+    dst.fillRandom(1);
+    KROFrame in = src.frame(c.src.primaries, c.src.transfer, c.src.matrix, c.src.range);
+    KROFrame out = dst.frame(c.dst.primaries, c.dst.transfer, c.dst.matrix, c.dst.range);
+    KROReturn error = kKROSuccess;
+    std::unique_ptr<IConvertor> cpu = createCPUConvertor(false, error);
+    ASSERT_TRUE(cpu);
+    if (c.peak) cpu->setMetaData({{"src_max_luminance", std::to_string(c.peak)}});
+    forceRowIsa(isa);
+    const KROReturn rc = cpu->convertColor(&in, &out);
+    resetRowIsa();
+    ASSERT_EQ(rc, kKROSuccess);
+}
+
+class VectorRowsMatchPlain : public ::testing::TestWithParam<std::tuple<int, int32_t>> {};
+
+TEST_P(VectorRowsMatchPlain, EveryDestinationFormat) {
+    const ColourCase& c = kColourCases[std::get<0>(GetParam())];
+    const int32_t srcFormat = std::get<1>(GetParam());
+    for (const int32_t dstFormat : kHostFormats)
+        for (const Shape& s : kShapes) {
+            FrameBuffers plain(dstFormat, s.width, s.height, s.dstPad);
+            convert(srcFormat, dstFormat, c, s, RowIsa::Plain, plain);
+            for (const RowIsa isa : {RowIsa::SSE2, RowIsa::AVX2}) {
+                if (static_cast<int>(isa) > static_cast<int>(bestRowIsa())) continue;
+                FrameBuffers fast(dstFormat, s.width, s.height, s.dstPad);
+                convert(srcFormat, dstFormat, c, s, isa, fast);
+                for (int p = 0; p < plain.planeCount(); ++p)
+                    ASSERT_EQ(std::memcmp(plain.plane(p), fast.plane(p), plain.size(p)), 0)
+                        << srcFormat << " -> " << dstFormat << " " << s.width << "x" << s.height << " plane " << p
+                        << " isa " << static_cast<int>(isa);
+            }
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllPairs, VectorRowsMatchPlain,
+                         ::testing::Combine(::testing::Range(0, static_cast<int>(std::size(kColourCases))),
+                                            ::testing::ValuesIn(kHostFormats)),
+                         [](const auto& info) {
+                             return std::string(kColourCases[std::get<0>(info.param)].name) + "_" +
+                                    std::to_string(std::get<1>(info.param));
+                         });
+
+// ------------------------------------------------------- exact curve shortcuts
+
+uint32_t bitsOf(float f) {
+    uint32_t b;
+    std::memcpy(&b, &f, sizeof b);
+    return b;
+}
+float fromBits(uint32_t b) {
+    float f;
+    std::memcpy(&f, &b, sizeof f);
+    return f;
+}
+
+int countAtOrBelow(const CodeThresholds& t, float x) {
+    int code = 0;
+    for (int k = 1; k < 256; ++k) code += x >= t.t[k] ? 1 : 0;
+    return code;
+}
+
+// The per-pixel pipeline's code for x: the curve's row stage followed by
+// 8-bit RGB quantisation, spelled out with the same inline kernels.
+template <float (*F)(float)>
+int pipelineCode(float x) {
+    return kernels::toCode(F(x) * kFullScale8, kFullScale8);
+}
+
+struct EncodeCase {
+    Curve curve;
+    int (*code)(float);
+};
+
+class EncodeThresholds : public ::testing::TestWithParam<EncodeCase> {};
+
+// The thresholds replace curve + quantisation only if that composition is
+// monotone. Counting thresholds must give the pipeline's code for every
+// float in [0, 1] (the counted code is monotone, so this proves the
+// composition monotone there) and at the edges outside it: negative values,
+// values above 1, infinities and NaN.
+TEST_P(EncodeThresholds, ExactForEveryFloatInUnitRange) {
+    const EncodeCase c = GetParam();
+    ASSERT_TRUE(encodeHasThresholds(c.curve));
+    const CodeThresholds* t = codeThresholds8(c.curve, kPqScaleFromHdr);
+    ASSERT_NE(t, nullptr);
+
+    int next = 1;  // the next threshold the ascending sweep must meet
+    for (uint32_t b = 0; b <= bitsOf(1.0f); ++b) {
+        const float x = fromBits(b);
+        while (next < 256 && x >= t->t[next]) ++next;
+        const int code = c.code(x);
+        if (code != next - 1) FAIL() << "code " << code << " at " << x << ", counted " << next - 1;
+    }
+    const float inf = std::numeric_limits<float>::infinity();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    for (const float x : {-inf, -1e30f, -2.0f, -1.0f, -0.5f, -0.018f, -1e-6f, -1e-30f, -0.0f, 1.0000001f, 1.5f,
+                          2.0f, 20.0f, 1e6f, 1e30f, inf, nan, -nan})
+        EXPECT_EQ(c.code(x), countAtOrBelow(*t, x)) << "at " << x;
+    for (uint32_t b = bitsOf(1.0f); b < bitsOf(inf); b += 4099)
+        ASSERT_EQ(c.code(fromBits(b)), 255) << "above 1 at " << fromBits(b);
+    for (uint32_t b = bitsOf(-0.0f); b < bitsOf(-inf); b += 4099)
+        ASSERT_EQ(c.code(fromBits(b)), 0) << "below 0 at " << fromBits(b);
+}
+
+INSTANTIATE_TEST_SUITE_P(Curves, EncodeThresholds,
+                         ::testing::Values(EncodeCase{Curve::BT709, &pipelineCode<curves::BT709_OETF>},
+                                           EncodeCase{Curve::BT709Unclamped,
+                                                      &pipelineCode<curves::BT709_OETF_unclamped>},
+                                           EncodeCase{Curve::BT2020_12, &pipelineCode<curves::BT2020_OETF_12>},
+                                           EncodeCase{Curve::SRGB, &pipelineCode<curves::sRGB_OETF>},
+                                           EncodeCase{Curve::HLG, &pipelineCode<curves::HLG_OETF>}));
+
+// Curves left to the per-sample path are not offered.
+TEST(EncodeThresholdsOffered, OnlyForCurvesCheckedAbove) {
+    for (const Curve c : {Curve::Gamma22, Curve::Gamma18, Curve::Gamma26, Curve::XvYCC, Curve::PQ}) {
+        EXPECT_FALSE(encodeHasThresholds(c));
+        EXPECT_EQ(codeThresholds8(c, kPqScaleFromHdr), nullptr);
+    }
+}
+
+}  // namespace
