@@ -119,6 +119,8 @@ float fromBits(uint32_t b) {
     return f;
 }
 
+// The definition of the threshold code, without the shortcuts of
+// countThresholds.
 int countAtOrBelow(const CodeThresholds& t, float x) {
     int code = 0;
     for (int k = 1; k < 256; ++k) code += x >= t.t[k] ? 1 : 0;
@@ -155,17 +157,22 @@ TEST_P(EncodeThresholds, ExactForEveryFloatInUnitRange) {
         const float x = fromBits(b);
         while (next < 256 && x >= t->t[next]) ++next;
         const int code = c.code(x);
-        if (code != next - 1) FAIL() << "code " << code << " at " << x << ", counted " << next - 1;
+        if (code != next - 1 || countThresholds(*t, x) != code)
+            FAIL() << "code " << code << " at " << x << ", counted " << next - 1 << ", looked up "
+                   << countThresholds(*t, x);
     }
     const float inf = std::numeric_limits<float>::infinity();
     const float nan = std::numeric_limits<float>::quiet_NaN();
     for (const float x : {-inf, -1e30f, -2.0f, -1.0f, -0.5f, -0.018f, -1e-6f, -1e-30f, -0.0f, 1.0000001f, 1.5f,
                           2.0f, 20.0f, 1e6f, 1e30f, inf, nan, -nan})
+    {
         EXPECT_EQ(c.code(x), countAtOrBelow(*t, x)) << "at " << x;
+        EXPECT_EQ(c.code(x), countThresholds(*t, x)) << "at " << x;
+    }
     for (uint32_t b = bitsOf(1.0f); b < bitsOf(inf); b += 4099)
-        ASSERT_EQ(c.code(fromBits(b)), 255) << "above 1 at " << fromBits(b);
+        ASSERT_TRUE(c.code(fromBits(b)) == 255 && countThresholds(*t, fromBits(b)) == 255) << fromBits(b);
     for (uint32_t b = bitsOf(-0.0f); b < bitsOf(-inf); b += 4099)
-        ASSERT_EQ(c.code(fromBits(b)), 0) << "below 0 at " << fromBits(b);
+        ASSERT_TRUE(c.code(fromBits(b)) == 0 && countThresholds(*t, fromBits(b)) == 0) << fromBits(b);
 }
 
 INSTANTIATE_TEST_SUITE_P(Curves, EncodeThresholds,

@@ -80,6 +80,13 @@ bool findCodeThresholds8(Curve curve, float pqScale, CodeThresholds& t) {
         }
         t.t[k] = fromOrderKey(lo);
     }
+    t.t[256] = nan;
+    for (int j = 0; j < CodeThresholds::kStarts; ++j) {
+        int code = 0;
+        const float x = fromOrderKey(orderKey(0.0f) + (static_cast<uint32_t>(j) << 16));
+        while (code < 255 && x >= t.t[code + 1]) ++code;
+        t.start[j] = static_cast<uint8_t>(code);
+    }
     return true;
 }
 

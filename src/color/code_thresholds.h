@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "color/color_plan.h"
 #include "color/pixel_block.h"
@@ -33,9 +34,25 @@ bool encodeHasThresholds(Curve curve);
 // must give code 0).
 const CodeThresholds* codeThresholds8(Curve curve, float pqScale);
 
-// The search itself, for tests: fills t and returns false where the checks
-// above fail.
+// The search itself: fills t and returns false where the checks above fail.
 bool findCodeThresholds8(Curve curve, float pqScale, CodeThresholds& t);
+
+// The code of x from the thresholds: the number of t.t[k] <= x.
+inline int countThresholds(const CodeThresholds& t, float x) {
+    uint32_t bits;
+    std::memcpy(&bits, &x, sizeof bits);
+    int code = 0;
+    if (bits < uint32_t{CodeThresholds::kStarts} << 16) {
+        code = t.start[bits >> 16];  // x in [+0, 1)
+    } else if (x >= t.t[255]) {
+        return 255;  // at or above full scale
+    } else {
+        for (int step = 128; step >= 1; step >>= 1)  // elsewhere (rare): binary search
+            if (x >= t.t[code + step]) code += step;
+    }
+    while (x >= t.t[code + 1]) ++code;  // t.t[256] is NaN: stops at 255
+    return code;
+}
 
 // table[k] = the decode curve applied to the normalised 8-bit code k, as
 // the per-pixel pipeline computes it. Not for HLG, which decodes the three

@@ -17,10 +17,15 @@ struct PixelBlock {
 };
 
 // For an 8-bit code quantised straight after a monotone curve: t[k] is the
-// smallest input whose code is at least k (k = 1 .. 255; t[0] is unused and
-// NaN for a code no input reaches). The code of x is the number of t[k] <= x.
+// smallest input whose code is at least k (k = 1 .. 255; NaN for a code no
+// input reaches; t[0] is unused and t[256] NaN, an end mark). The code of x
+// is the number of t[k] <= x. start[j] is that number for the smallest float
+// whose bits, shifted right by 16, are j: the search for x in [0, 1) starts
+// there and rarely has more than a step or two to go.
 struct CodeThresholds {
-    alignas(32) float t[256];
+    static constexpr int kStarts = 0x3F80;  // (bits of 1.0f) >> 16
+    float t[257];
+    uint8_t start[kStarts];
 };
 
 }  // namespace KROCOLOR

@@ -181,8 +181,13 @@ void readRGBDecoded(const Ctx& c, const NativePixel* in, PixelBlock& b, int n) {
 void yuvToRgbVector(const Ctx& c, PixelBlock& b, int n) { c.vec->yuvToRgb(c.plan.yuvToRgb, b, n); }
 void rgbToYuvVector(const Ctx& c, PixelBlock& b, int n) { c.vec->rgbToYuv(c.plan.rgbToYuv, b, n); }
 void primariesVector(const Ctx& c, PixelBlock& b, int n) { c.vec->primaries(c.plan.primaries, b, n); }
+// Encode and quantise to 8 bits in one step (code_thresholds.h). A lookup
+// per sample: gathers would not be faster.
 void encodeByThresholds(const Ctx& c, PixelBlock& b, int n) {
-    c.vec->encodeByThresholds(*c.encodeThresholds, b, n);
+    const CodeThresholds& t = *c.encodeThresholds;
+    for (int i = 0; i < n; ++i) b.c0[i] = static_cast<float>(countThresholds(t, b.c0[i]));
+    for (int i = 0; i < n; ++i) b.c1[i] = static_cast<float>(countThresholds(t, b.c1[i]));
+    for (int i = 0; i < n; ++i) b.c2[i] = static_cast<float>(countThresholds(t, b.c2[i]));
 }
 
 void writeRGBVector(const Ctx& c, const PixelBlock& b, NativePixel* out, int n) {

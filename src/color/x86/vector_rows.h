@@ -24,8 +24,6 @@ struct VectorRows {
     void (*yuvToRgb)(const Matrix3& m, PixelBlock& b, int n);
     void (*rgbToYuv)(const Matrix3& m, PixelBlock& b, int n);
     void (*primaries)(const Matrix3& m, PixelBlock& b, int n);
-    // c0..c2 -> their 8-bit codes (as floats) by counting thresholds.
-    void (*encodeByThresholds)(const CodeThresholds& t, PixelBlock& b, int n);
     // Working pixel -> stored codes (kernels::quantise*).
     void (*quantiseRGB)(const FormatRule& r, const PixelBlock& b, NativePixel* out, int n);
     void (*quantiseYUVLimited)(const FormatRule& r, const PixelBlock& b, NativePixel* out, int n);

@@ -35,16 +35,6 @@ struct Avx2 {
     static I asInt(F v) { return _mm256_castps_si256(v); }
     static F asFloat(I v) { return _mm256_castsi256_ps(v); }
 
-    // Number of t[1..255] <= x, by eight gathered halving steps.
-    static I countAtOrBelow(const float* t, F x) {
-        I code = _mm256_setzero_si256();
-        for (int step = 128; step >= 1; step >>= 1) {
-            const I probe = _mm256_add_epi32(code, _mm256_set1_epi32(step));
-            const F limit = _mm256_i32gather_ps(t, probe, 4);
-            code = _mm256_add_epi32(code, _mm256_and_si256(asInt(ge(x, limit)), _mm256_set1_epi32(step)));
-        }
-        return code;
-    }
 };
 
 }  // namespace

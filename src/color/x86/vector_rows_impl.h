@@ -145,17 +145,6 @@ void matrixStage(const Matrix3& m, PixelBlock& b, int n) {
     }
 }
 
-// The code of x is the number of thresholds t[1..255] at or below it: a
-// branch-free binary search in eight halving steps (V::countAtOrBelow).
-template <class V>
-void encodeByThresholds(const CodeThresholds& t, PixelBlock& b, int n) {
-    for (int i = 0; i < wholeVectors<V>(n); i += V::kLanes) {
-        V::store(b.c0 + i, V::toFloat(V::countAtOrBelow(t.t, V::load(b.c0 + i))));
-        V::store(b.c1 + i, V::toFloat(V::countAtOrBelow(t.t, V::load(b.c1 + i))));
-        V::store(b.c2 + i, V::toFloat(V::countAtOrBelow(t.t, V::load(b.c2 + i))));
-    }
-}
-
 // Codes of a block, one array per component.
 struct CodeBlock {
     alignas(32) int32_t c[4][kPixelBlock];
@@ -245,7 +234,6 @@ VectorRows vectorRowsFor() {
                       &matrixStage<V, 1>,
                       &matrixStage<V, 2>,
                       &matrixStage<V, 0>,
-                      &encodeByThresholds<V>,
                       &quantiseRGB<V>,
                       &quantiseYUVLimited<V>,
                       &quantiseYUVFull<V>,

@@ -34,19 +34,6 @@ struct Sse2 {
     static I asInt(F v) { return _mm_castps_si128(v); }
     static F asFloat(I v) { return _mm_castsi128_ps(v); }
 
-    // Number of t[1..255] <= x; SSE2 has no gather, so lane by lane.
-    static I countAtOrBelow(const float* t, F x) {
-        alignas(16) float in[4];
-        alignas(16) int32_t out[4];
-        _mm_store_ps(in, x);
-        for (int l = 0; l < 4; ++l) {
-            int code = 0;
-            for (int step = 128; step >= 1; step >>= 1)
-                if (in[l] >= t[code + step]) code += step;
-            out[l] = code;
-        }
-        return _mm_load_si128(reinterpret_cast<const __m128i*>(out));
-    }
 };
 
 }  // namespace
