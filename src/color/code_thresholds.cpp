@@ -87,6 +87,14 @@ bool findCodeThresholds8(Curve curve, float pqScale, CodeThresholds& t) {
         while (code < 255 && x >= t.t[code + 1]) ++code;
         t.start[j] = static_cast<uint8_t>(code);
     }
+    // Thresholds inside each start's range, the last one ending at 1.
+    int belowOne = 0;
+    while (belowOne < 255 && 1.0f > t.t[belowOne + 1]) ++belowOne;
+    t.climb = 0;
+    for (int j = 0; j < CodeThresholds::kStarts; ++j) {
+        const int end = j + 1 < CodeThresholds::kStarts ? t.start[j + 1] : belowOne;
+        if (end - t.start[j] > t.climb) t.climb = end - t.start[j];
+    }
     return true;
 }
 

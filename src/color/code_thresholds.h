@@ -37,20 +37,22 @@ const CodeThresholds* codeThresholds8(Curve curve, float pqScale);
 // The search itself: fills t and returns false where the checks above fail.
 bool findCodeThresholds8(Curve curve, float pqScale, CodeThresholds& t);
 
-// The code of x from the thresholds: the number of t.t[k] <= x.
+// The code of x from the thresholds: the number of t.t[k] <= x. Inputs in
+// [0, 1) start from t.start and climb a fixed few steps without branches;
+// the rest are settled by two comparisons or a binary search.
 inline int countThresholds(const CodeThresholds& t, float x) {
     uint32_t bits;
     std::memcpy(&bits, &x, sizeof bits);
-    int code = 0;
     if (bits < uint32_t{CodeThresholds::kStarts} << 16) {
-        code = t.start[bits >> 16];  // x in [+0, 1)
-    } else if (x >= t.t[255]) {
-        return 255;  // at or above full scale
-    } else {
-        for (int step = 128; step >= 1; step >>= 1)  // elsewhere (rare): binary search
-            if (x >= t.t[code + step]) code += step;
+        int code = t.start[bits >> 16];
+        for (int s = 0; s < t.climb; ++s) code += x >= t.t[code + 1] ? 1 : 0;  // t.t[256] is NaN
+        return code;
     }
-    while (x >= t.t[code + 1]) ++code;  // t.t[256] is NaN: stops at 255
+    if (!(x >= t.t[1])) return 0;  // below the first threshold, or NaN
+    if (x >= t.t[255]) return 255;
+    int code = 0;
+    for (int step = 128; step >= 1; step >>= 1)
+        if (x >= t.t[code + step]) code += step;
     return code;
 }
 

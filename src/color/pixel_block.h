@@ -26,6 +26,7 @@ struct CodeThresholds {
     static constexpr int kStarts = 0x3F80;  // (bits of 1.0f) >> 16
     float t[257];
     uint8_t start[kStarts];
+    int climb;  // the most thresholds between one start and the next
 };
 
 }  // namespace KROCOLOR
