@@ -51,7 +51,9 @@ TEST(KrocolorNames, ColourSpellingsResolveToTheirCodesOrAreRefused) {
         int code = 0;
         const bool parsed = parseColorValue(c.kind, c.text, code);
         EXPECT_EQ(parsed, c.code != kRefused) << c.text;
-        if (parsed) EXPECT_EQ(code, c.code) << colorKindName(c.kind) << " " << c.text;
+        if (parsed) {
+            EXPECT_EQ(code, c.code) << colorKindName(c.kind) << " " << c.text;
+        }
     }
 }
 
