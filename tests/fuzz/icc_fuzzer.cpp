@@ -21,13 +21,6 @@ namespace {
 // stay inside the parsed bytes: every input costs about the same.
 constexpr uint32_t kMaxInvertedEntries = 64;
 
-ICCProfile withShortTables(const ICCProfile& profile) {
-    ICCProfile copy = profile;
-    for (ICCCurve& curve : copy.trc)
-        if (curve.tableEntries > kMaxInvertedEntries) curve.tableEntries = kMaxInvertedEntries;
-    return copy;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -43,7 +36,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (p) parseICCProfile(p, size, kAllPriorities, 3, &other);
     if (size <= 0x7fffffff) isKnownCMYKPrintProfile(p, static_cast<int>(size));
     if (!parsed) return 0;
-    const ICCProfile destination = withShortTables(profile);
+    ICCProfile destination = profile;
+    for (ICCCurve& curve : destination.trc)
+        if (curve.tableEntries > kMaxInvertedEntries) curve.tableEntries = kMaxInvertedEntries;
 
     uint8_t pixels[4 * 8 * 2];
     for (size_t i = 0; i < sizeof pixels; ++i) pixels[i] = static_cast<uint8_t>(i * 37 + 11);

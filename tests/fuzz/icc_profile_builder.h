@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace KROCOLOR {
@@ -12,51 +13,40 @@ namespace iccbuild {
 
 using Bytes = std::vector<uint8_t>;
 
+// Big-endian numbers, signatures and s15Fixed16 values.
 inline void put32(Bytes& b, uint32_t v) {
     for (int s = 24; s >= 0; s -= 8) b.push_back(static_cast<uint8_t>(v >> s));
 }
-inline void put16(Bytes& b, uint16_t v) {
-    b.push_back(static_cast<uint8_t>(v >> 8));
-    b.push_back(static_cast<uint8_t>(v));
-}
+inline void put16(Bytes& b, uint16_t v) { b.insert(b.end(), {static_cast<uint8_t>(v >> 8), static_cast<uint8_t>(v)}); }
 inline void putSig(Bytes& b, const char* s) { b.insert(b.end(), s, s + 4); }
 inline void putFixed(Bytes& b, double v) { put32(b, static_cast<uint32_t>(static_cast<int32_t>(v * 65536.0 + (v < 0 ? -0.5 : 0.5)))); }
 inline void set32(Bytes& b, size_t at, uint32_t v) {
     for (int i = 0; i < 4; ++i) b[at + i] = static_cast<uint8_t>(v >> (24 - 8 * i));
 }
-
-inline Bytes xyz(double x, double y, double z) {
+// A tag element's type signature and reserved word.
+inline Bytes element(const char* type) {
     Bytes b;
-    putSig(b, "XYZ ");
+    putSig(b, type);
     put32(b, 0);
-    putFixed(b, x);
-    putFixed(b, y);
-    putFixed(b, z);
     return b;
 }
 
-inline Bytes curvGamma(uint16_t u8Fixed8) {
-    Bytes b;
-    putSig(b, "curv");
-    put32(b, 0);
-    put32(b, 1);
-    put16(b, u8Fixed8);
+inline Bytes xyz(double x, double y, double z) {
+    Bytes b = element("XYZ ");
+    for (double v : {x, y, z}) putFixed(b, v);
     return b;
 }
 
 inline Bytes curvTable(const std::vector<uint16_t>& entries) {
-    Bytes b;
-    putSig(b, "curv");
-    put32(b, 0);
+    Bytes b = element("curv");
     put32(b, static_cast<uint32_t>(entries.size()));
     for (uint16_t e : entries) put16(b, e);
     return b;
 }
+inline Bytes curvGamma(uint16_t u8Fixed8) { return curvTable({u8Fixed8}); }
 
 inline Bytes para(uint16_t function, const std::vector<double>& params) {
-    Bytes b;
-    putSig(b, "para");
-    put32(b, 0);
+    Bytes b = element("para");
     put16(b, function);
     put16(b, 0);
     for (double p : params) putFixed(b, p);
@@ -64,9 +54,7 @@ inline Bytes para(uint16_t function, const std::vector<double>& params) {
 }
 
 inline Bytes textDesc(const std::string& text) {
-    Bytes b;
-    putSig(b, "desc");
-    put32(b, 0);
+    Bytes b = element("desc");
     put32(b, static_cast<uint32_t>(text.size() + 1));
     b.insert(b.end(), text.begin(), text.end());
     b.push_back(0);
@@ -79,21 +67,12 @@ inline Bytes textDesc(const std::string& text) {
 // coordinates in [0, 1], output channel)`.
 template <typename F>
 Bytes mft2(int inputs, int outputs, int grid, F gridValue) {
-    Bytes b;
-    putSig(b, "mft2");
-    put32(b, 0);
-    b.push_back(static_cast<uint8_t>(inputs));
-    b.push_back(static_cast<uint8_t>(outputs));
-    b.push_back(static_cast<uint8_t>(grid));
-    b.push_back(0);
-    const double unit[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-    for (double v : unit) putFixed(b, v);
+    Bytes b = element("mft2");
+    b.insert(b.end(), {static_cast<uint8_t>(inputs), static_cast<uint8_t>(outputs), static_cast<uint8_t>(grid), 0});
+    for (double v : {1, 0, 0, 0, 1, 0, 0, 0, 1}) putFixed(b, v);
     put16(b, 2);
     put16(b, 2);
-    for (int i = 0; i < inputs; ++i) {
-        put16(b, 0);
-        put16(b, 65535);
-    }
+    for (int i = 0; i < inputs; ++i) put32(b, 65535);  // entries 0 and 65535
     int total = 1;
     for (int i = 0; i < inputs; ++i) total *= grid;
     for (int k = 0; k < total; ++k) {
@@ -109,10 +88,7 @@ Bytes mft2(int inputs, int outputs, int grid, F gridValue) {
             put16(b, static_cast<uint16_t>(v * 65535.0 + 0.5));
         }
     }
-    for (int o = 0; o < outputs; ++o) {
-        put16(b, 0);
-        put16(b, 65535);
-    }
+    for (int o = 0; o < outputs; ++o) put32(b, 65535);
     return b;
 }
 
@@ -131,7 +107,7 @@ inline Bytes profile(const std::vector<Tag>& tags, const char* colorSpace = "RGB
     std::memcpy(&b[16], colorSpace, 4);
     std::memcpy(&b[20], pcs, 4);
     std::memcpy(&b[36], "acsp", 4);
-    Bytes d50 = xyz(0.9642, 1.0, 0.8249);
+    const Bytes d50 = xyz(0.9642, 1.0, 0.8249);
     std::memcpy(&b[68], &d50[8], 12);
     put32(b, static_cast<uint32_t>(tags.size()));
     const size_t tableAt = b.size();
@@ -140,8 +116,7 @@ inline Bytes profile(const std::vector<Tag>& tags, const char* colorSpace = "RGB
     for (size_t i = 0; i < tags.size(); ++i) {
         uint32_t offset, size;
         if (tags[i].sharesWith >= 0) {
-            offset = placed[static_cast<size_t>(tags[i].sharesWith)].first;
-            size = placed[static_cast<size_t>(tags[i].sharesWith)].second;
+            std::tie(offset, size) = placed[static_cast<size_t>(tags[i].sharesWith)];
         } else {
             while (b.size() % 4) b.push_back(0);
             offset = static_cast<uint32_t>(b.size());

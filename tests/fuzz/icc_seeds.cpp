@@ -11,23 +11,6 @@
 
 using namespace KROCOLOR::iccbuild;
 
-namespace {
-
-Bytes cicp(uint8_t primaries, uint8_t transfer) {
-    Bytes b;
-    putSig(b, "cicp");
-    put32(b, 0);
-    b.insert(b.end(), {primaries, transfer, 0, 1});
-    return b;
-}
-
-std::vector<Tag> colorants() {
-    return {{"rXYZ", xyz(0.4361, 0.2225, 0.0139)}, {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
-            {"bXYZ", xyz(0.1431, 0.0606, 0.7141)}};
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fprintf(stderr, "usage: %s <folder>\n", argv[0]);
@@ -52,12 +35,15 @@ int main(int argc, char** argv) {
         {"lab-lut", profile({{"A2B0", mft2(3, 3, 5, rgb)}, {"B2A0", mft2(3, 3, 5, rgb)}}, "RGB ", "Lab ")},
         {"xyz-lut-a2b1", profile({{"A2B1", mft2(3, 3, 2, rgb)}, {"B2A2", mft2(3, 3, 2, rgb)}}, "RGB ", "XYZ ")},
     };
-    std::vector<Tag> withCicp = colorants();
-    withCicp.push_back({"rTRC", para(0, {1.0})});
-    withCicp.push_back({"gTRC", {}, 3});
-    withCicp.push_back({"bTRC", {}, 3});
-    withCicp.push_back({"cicp", cicp(9, 16)});
-    seeds.emplace_back("cicp", profile(withCicp));
+    Bytes cicp = element("cicp");  // BT.2020 primaries, PQ, full range
+    cicp.insert(cicp.end(), {9, 16, 0, 1});
+    seeds.emplace_back("cicp", profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
+                                        {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
+                                        {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
+                                        {"rTRC", para(0, {1.0})},
+                                        {"gTRC", {}, 3},
+                                        {"bTRC", {}, 3},
+                                        {"cicp", cicp}}));
 
     for (const auto& seed : seeds) {
         const std::string path = std::string(argv[1]) + "/generated-" + seed.first + ".icc";
