@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
-"""Expected values for tests/color_*_test.cpp, computed in double precision
-straight from the published formulas (ITU-R BT.709, BT.2020, BT.2100,
-SMPTE ST 2084, IEC 61966-2-1, IEC 61966-2-4, ITU-R BT.2087). Run it and paste
-the printed numbers into the tests; it does not use the library.
+"""Expected values for tests/color_*_test.cpp and tests/lab_conversion_test.cpp,
+computed in double precision straight from the published formulas (ITU-R
+BT.709, BT.2020, BT.2100, SMPTE ST 2084, IEC 61966-2-1, IEC 61966-2-4, ITU-R
+BT.2087, CIE 1976 L*a*b*). Run it and paste the printed numbers into the
+tests; it shares no code with the library.
 """
 import math
+import struct
 
 
 # --- Transfer curves -----------------------------------------------------
@@ -77,6 +79,79 @@ def pq_oetf(y):
     return ((C1 + C2 * f) / (1 + C3 * f)) ** M2
 
 
+# --- CIE L*a*b* of one colour (convertToLab) ------------------------------
+# Linear light: sRGB curve clamped to [0, 1]; inverse BT.709 curve (Display
+# P3); PQ scaled so 1.0 = 1000 cd/m2; HLG display transform at Lw = 203. Then
+# the normalised primary matrices (D65, rounded to seven digits) and L*a*b*
+# with the classic constants 0.008856 and 7.787 and the white (0.950456, 1,
+# 1.088754). Inputs are rounded to single precision, as the test passes floats.
+MATRICES = {
+    'srgb': [[0.4123908, 0.3575843, 0.1804808], [0.2126390, 0.7151687, 0.0721923],
+             [0.0193308, 0.1191948, 0.9505322]],
+    'p3': [[0.4865709, 0.2656677, 0.1982173], [0.2289746, 0.6917385, 0.0792869], [0.0, 0.0451134, 1.0439444]],
+    'bt2020': [[0.6369580, 0.1446169, 0.1688810], [0.2627002, 0.6779981, 0.0593017], [0.0, 0.0280727, 1.0609851]],
+}
+LINEARISE = {
+    'srgb': lambda rgb: [min(max(srgb_eotf(v), 0.0), 1.0) for v in rgb],
+    'p3': lambda rgb: [bt709_eotf(v) for v in rgb],
+    'bt2020-pq': lambda rgb: [pq_eotf(v) * 10 for v in rgb],
+    'bt2020-hlg': lambda rgb: hlg_eotf(rgb)[0],
+}
+
+
+def f32(x):
+    return struct.unpack('f', struct.pack('f', x))[0]
+
+
+def to_lab(space, rgb):
+    lin = LINEARISE[space]([f32(v) for v in rgb])
+    m = MATRICES[space.split('-')[0]]
+    xyz = [sum(m[k][i] * lin[i] for i in range(3)) / w for k, w in enumerate((0.950456, 1.0, 1.088754))]
+    fx, fy, fz = (t ** (1 / 3) if t > 0.008856 else 7.787 * t + 16 / 116 for t in xyz)
+    return max(116 * fy - 16, 0.0), 500 * (fx - fy), 200 * (fy - fz)
+
+
+def pq_signal(nits):
+    return pq_oetf(nits / 10000)
+
+
+# (label, primaries, transfer, colour space the library takes for the pair, r, g, b)
+LAB_CASES = [
+    ('srgb white', 1, 13, 'srgb', 1, 1, 1),
+    ('srgb black', 1, 13, 'srgb', 0, 0, 0),
+    ('srgb red', 1, 13, 'srgb', 1, 0, 0),
+    ('srgb green', 1, 13, 'srgb', 0, 1, 0),
+    ('srgb blue', 1, 13, 'srgb', 0, 0, 1),
+    ('dark skin', 1, 13, 'srgb', 115 / 255, 82 / 255, 68 / 255),
+    ('light skin', 1, 13, 'srgb', 194 / 255, 150 / 255, 130 / 255),
+    ('blue sky', 1, 13, 'srgb', 98 / 255, 122 / 255, 157 / 255),
+    ('foliage', 1, 13, 'srgb', 87 / 255, 108 / 255, 67 / 255),
+    ('orange', 1, 13, 'srgb', 214 / 255, 126 / 255, 44 / 255),
+    ('neutral 5', 1, 13, 'srgb', 122 / 255, 122 / 255, 121 / 255),
+    ('negative input', 1, 13, 'srgb', -0.2, -0.1, -0.5),
+    ('bt709 transfer takes srgb', 1, 1, 'srgb', 0.5, 0.25, 0.75),
+    ('bt2020 sdr takes srgb', 9, 1, 'srgb', 0.5, 0.25, 0.75),
+    ('p3 srgb transfer takes srgb', 12, 13, 'srgb', 0.5, 0.25, 0.75),
+    ('pq 100 nits', 9, 16, 'bt2020-pq', pq_signal(100), pq_signal(100), pq_signal(100)),
+    ('pq 1000 nits', 9, 16, 'bt2020-pq', pq_signal(1000), pq_signal(1000), pq_signal(1000)),
+    ('pq 4000 nits', 9, 16, 'bt2020-pq', pq_signal(4000), pq_signal(4000), pq_signal(4000)),
+    ('pq colour', 9, 16, 'bt2020-pq', 0.6, 0.45, 0.3),
+    ('pq black', 9, 16, 'bt2020-pq', 0, 0, 0),
+    ('hlg black lift', 9, 18, 'bt2020-hlg', 0, 0, 0),
+    ('hlg peak white', 9, 18, 'bt2020-hlg', 1, 1, 1),
+    ('hlg colour', 9, 18, 'bt2020-hlg', 0.8, 0.3, 0.1),
+    ('hlg reference white', 9, 18, 'bt2020-hlg', 0.75, 0.75, 0.75),
+    ('p3 red', 12, 1, 'p3', 1, 0, 0),
+    ('p3 colour', 12, 1, 'p3', 0.5, 0.4, 0.3),
+    ('p3 dark (linear segment)', 12, 1, 'p3', 0.05, 0.02, 0.07),
+]
+
+
+def float_literal(x):
+    text = '%.9g' % f32(x)
+    return text + ('f' if any(ch in text for ch in '.e') else '.0f')
+
+
 def rnd(v):  # round half away from zero
     return int(math.floor(abs(v) + 0.5)) * (1 if v >= 0 else -1)
 
@@ -127,6 +202,13 @@ def main():
         yf, uf, vf = (y - 16) / 219, (u - 128) / 224, (v - 128) / 224
         rgb = (yf + 1.575 * vf, yf - 0.187 * uf - 0.468 * vf, yf + 1.856 * uf)
         print((y, u, v), [rnd(min(max(c, 0), 1) * 255) for c in rgb], rgb)
+
+
+    print("\n# convertToLab rows for tests/lab_conversion_test.cpp")
+    for label, prim, trc, space, r, g, b in LAB_CASES:
+        lv, av, bv = to_lab(space, (r, g, b))
+        print('    {"%s", %d, %d, %s, %s, %s, %.4f, %.4f, %.4f},'
+              % (label, prim, trc, float_literal(r), float_literal(g), float_literal(b), lv, av, bv))
 
 
 if __name__ == "__main__":
