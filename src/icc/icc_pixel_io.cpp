@@ -52,23 +52,32 @@ void loadPixels(const uint8_t* src, PixelBlock& b, int n, const StageData& d) {
     }
 }
 
-// Values arrive clamped to [0, 1]; codes are rounded half up.
-template <int Channels, bool Wide, bool BigEndian, bool Swap>
+// Codes are the clamped values rounded half up; the vectorised storers
+// quantise a block four values at a time, the others value by value.
+template <int Channels, bool Wide, bool BigEndian, bool Swap, bool Vectorised>
 void storePixels(const PixelBlock& b, uint8_t* dst, int n) {
     constexpr int kSample = Wide ? 2 : 1;
     constexpr int kPixel = Channels * kSample;
     constexpr float kMax = Wide ? 65535.0f : 255.0f;
     constexpr int kRed = Swap ? 2 : 0, kBlue = Swap ? 0 : 2;
-    auto code = [](float v) {
-        v = v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f;
-        return static_cast<uint32_t>(v * kMax + 0.5f);
-    };
+    if (Vectorised) {
+        CodeBlock codes;
+        quantiseX4(b, Channels, kMax, codes, n);
+        for (int i = 0; i < n; ++i) {
+            uint8_t* p = dst + i * kPixel;
+            writeSample<Wide, BigEndian>(p + kRed * kSample, codes.c[0][i]);
+            writeSample<Wide, BigEndian>(p + kSample, codes.c[1][i]);
+            writeSample<Wide, BigEndian>(p + kBlue * kSample, codes.c[2][i]);
+            if (Channels == 4) writeSample<Wide, BigEndian>(p + 3 * kSample, codes.c[3][i]);
+        }
+        return;
+    }
     for (int i = 0; i < n; ++i) {
         uint8_t* p = dst + i * kPixel;
-        writeSample<Wide, BigEndian>(p + kRed * kSample, code(b.c[0][i]));
-        writeSample<Wide, BigEndian>(p + kSample, code(b.c[1][i]));
-        writeSample<Wide, BigEndian>(p + kBlue * kSample, code(b.c[2][i]));
-        if (Channels == 4) writeSample<Wide, BigEndian>(p + 3 * kSample, code(b.c[3][i]));
+        writeSample<Wide, BigEndian>(p + kRed * kSample, quantise(b.c[0][i], kMax));
+        writeSample<Wide, BigEndian>(p + kSample, quantise(b.c[1][i], kMax));
+        writeSample<Wide, BigEndian>(p + kBlue * kSample, quantise(b.c[2][i], kMax));
+        if (Channels == 4) writeSample<Wide, BigEndian>(p + 3 * kSample, quantise(b.c[3][i], kMax));
     }
 }
 
@@ -84,10 +93,16 @@ LoadFn loaderSwap(const PixelLayout& l, bool tabulated) {
                          : loader<Channels, Wide, BigEndian, false>(tabulated);
 }
 
+template <int Channels, bool Wide, bool BigEndian, bool Swap>
+StoreFn storer(bool vectorised) {
+    return vectorised ? &storePixels<Channels, Wide, BigEndian, Swap, true>
+                      : &storePixels<Channels, Wide, BigEndian, Swap, false>;
+}
+
 template <int Channels, bool Wide, bool BigEndian>
-StoreFn storerSwap(const PixelLayout& l) {
-    return l.swapRedBlue ? &storePixels<Channels, Wide, BigEndian, true>
-                         : &storePixels<Channels, Wide, BigEndian, false>;
+StoreFn storerSwap(const PixelLayout& l, bool vectorised) {
+    return l.swapRedBlue ? storer<Channels, Wide, BigEndian, true>(vectorised)
+                         : storer<Channels, Wide, BigEndian, false>(vectorised);
 }
 
 }  // namespace
@@ -100,10 +115,11 @@ LoadFn selectLoader(const PixelLayout& l, bool tabulated) {
     return l.channels == 4 ? loaderSwap<4, true, false>(l, tabulated) : loaderSwap<3, true, false>(l, tabulated);
 }
 
-StoreFn selectStorer(const PixelLayout& l) {
-    if (l.bytesPerSample == 1) return l.channels == 4 ? storerSwap<4, false, false>(l) : storerSwap<3, false, false>(l);
-    if (l.bigEndian) return l.channels == 4 ? storerSwap<4, true, true>(l) : storerSwap<3, true, true>(l);
-    return l.channels == 4 ? storerSwap<4, true, false>(l) : storerSwap<3, true, false>(l);
+StoreFn selectStorer(const PixelLayout& l, bool v) {
+    if (l.bytesPerSample == 1)
+        return l.channels == 4 ? storerSwap<4, false, false>(l, v) : storerSwap<3, false, false>(l, v);
+    if (l.bigEndian) return l.channels == 4 ? storerSwap<4, true, true>(l, v) : storerSwap<3, true, true>(l, v);
+    return l.channels == 4 ? storerSwap<4, true, false>(l, v) : storerSwap<3, true, false>(l, v);
 }
 
 bool describeLayout(ICCPixelFormat format, PixelLayout* layout) {

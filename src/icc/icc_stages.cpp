@@ -26,10 +26,7 @@ void stageTransferFunctions(const StageData& d, PixelBlock& b, int n) {
 void stageClamp(const StageData& d, PixelBlock& b, int n) {
     for (int ch = 0; ch < d.channels; ++ch) {
         float* v = b.c[ch];
-        for (int i = 0; i < n; ++i) {
-            const float x = v[i];
-            v[i] = x > 0.0f ? (x < 1.0f ? x : 1.0f) : 0.0f;  // NaN becomes 0
-        }
+        for (int i = 0; i < n; ++i) v[i] = clampUnit(v[i]);
     }
 }
 
@@ -38,12 +35,7 @@ void stageMatrix(const StageData& d, PixelBlock& b, int n) {
     float* r = b.c[0];
     float* g = b.c[1];
     float* bl = b.c[2];
-    for (int i = 0; i < n; ++i) {
-        const float x = r[i], y = g[i], z = bl[i];
-        r[i] = m[0][0] * x + m[0][1] * y + m[0][2] * z + m[0][3];
-        g[i] = m[1][0] * x + m[1][1] * y + m[1][2] * z + m[1][3];
-        bl[i] = m[2][0] * x + m[2][1] * y + m[2][2] * z + m[2][3];
-    }
+    for (int i = 0; i < n; ++i) applyMatrix(m, r[i], g[i], bl[i]);
 }
 
 namespace {

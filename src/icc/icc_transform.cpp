@@ -50,16 +50,22 @@ StageData& ICCTransform::addStage(StageFn fn) {
     return *stages_.back();
 }
 
+StageData& ICCTransform::addClamp(int channels) {
+    StageData& s = addStage(fast_ ? stageClampX4 : stageClamp);
+    s.channels = channels;
+    return s;
+}
+
 void ICCTransform::addCurves(const ICCCurve* curves, int channels) {
     bool parametric = true;
     for (int i = 0; i < channels; ++i) parametric = parametric && curves[i].tableEntries == 0;
-    StageData& s = addStage(parametric ? stageTransferFunctions : stageCurves);
+    StageData& s = addStage(!parametric ? stageCurves : fast_ ? stageTransferFunctionsX4 : stageTransferFunctions);
     s.channels = channels;
     for (int i = 0; i < channels; ++i) s.curves[i] = curves[i];
 }
 
 void ICCTransform::addMatrix(const float m[3][4]) {
-    StageData& s = addStage(stageMatrix);
+    StageData& s = addStage(fast_ ? stageMatrixX4 : stageMatrix);
     std::memcpy(s.matrix, m, sizeof s.matrix);
 }
 
@@ -75,7 +81,7 @@ bool ICCTransform::addSourceStages(const ICCProfile& src, ICCAlphaFormat srcAlph
         firstCurves = src.A2B.inputCurves;
     const bool wide = srcLayout_.bytesPerSample == 2;
     const bool worthIt = !wide || expectedPixels >= 4 * 65536;
-    const bool tabulate = firstCurves && !cmyk && srcAlpha != kICCAlphaPremultiplied && worthIt;
+    const bool tabulate = fast_ && firstCurves && !cmyk && srcAlpha != kICCAlphaPremultiplied && worthIt;
 
     load_ = selectLoader(srcLayout_, tabulate);
     if (tabulate) {
@@ -131,7 +137,7 @@ bool ICCTransform::addColorStages(const ICCProfile& src, const ICCProfile& dst) 
         const ICCLut& a2b = src.A2B;
         if (a2b.inputChannels > 0) {
             if (!fusedFirstCurves_) addCurves(a2b.inputCurves, static_cast<int>(a2b.inputChannels));
-            addStage(stageClamp).channels = static_cast<int>(a2b.inputChannels);
+            addClamp(static_cast<int>(a2b.inputChannels));
             StageData& s = addStage(stageClut);
             s.lut = &a2b;
             s.channels = static_cast<int>(a2b.inputChannels);
@@ -162,7 +168,7 @@ bool ICCTransform::addColorStages(const ICCProfile& src, const ICCProfile& dst) 
             addCurves(b2a.matrixCurves, 3);
         }
         if (b2a.outputChannels > 0) {
-            addStage(stageClamp).channels = 3;
+            addClamp(3);
             StageData& s = addStage(stageClut);
             s.lut = &b2a;
             s.channels = 3;
@@ -188,20 +194,21 @@ bool ICCTransform::addColorStages(const ICCProfile& src, const ICCProfile& dst) 
 }
 
 void ICCTransform::addDestinationStages(const ICCProfile& dst, ICCAlphaFormat dstAlpha) {
-    addStage(stageClamp).channels = 4;  // every destination layout is integer
+    addClamp(4);  // every destination layout is integer
     if (dst.dataColorSpace == kICCSigCMYK)
         addStage(stageInvert);
     else if (dstAlpha == kICCAlphaOpaque)
         addStage(stageAlphaOne);
     else if (dstAlpha == kICCAlphaPremultiplied)
         addStage(stagePremultiply);
-    store_ = selectStorer(dstLayout_);
+    store_ = selectStorer(dstLayout_, fast_);
 }
 
 bool ICCTransform::build(ICCPixelFormat srcFormat, ICCAlphaFormat srcAlpha, const ICCProfile* srcProfile,
                          ICCPixelFormat dstFormat, ICCAlphaFormat dstAlpha, const ICCProfile* dstProfile,
-                         size_t expectedPixels) {
+                         size_t expectedPixels, ICCPlanKind kind) {
     built_ = false;
+    fast_ = kind == ICCPlanKind::kFast;
     stages_.clear();
     invertedTables_.clear();
     curveTables_.clear();

@@ -21,6 +21,11 @@ struct PixelBlock {
     alignas(16) float c[4][kBlockPixels];
 };
 
+// Integer codes of a block on their way to the destination layout.
+struct CodeBlock {
+    alignas(16) uint32_t c[4][kBlockPixels];
+};
+
 struct StageData;
 using StageFn = void (*)(const StageData& data, PixelBlock& block, int n);
 using LoadFn = void (*)(const uint8_t* src, PixelBlock& block, int n, const StageData& data);
@@ -51,6 +56,11 @@ bool runFits(size_t count, uint64_t bytesPerPixel);
 // False for a value that is not one of the engine's layouts.
 bool describeLayout(ICCPixelFormat format, PixelLayout* layout);
 
+// kFast plans tabulate curves fed by integer codes and run the vectorised
+// stages; kPlain plans evaluate every stage value by value. Both give the
+// same bytes; kPlain is the reference the fast plan is tested against.
+enum class ICCPlanKind { kFast, kPlain };
+
 class ICCTransform {
 public:
     ICCTransform() = default;
@@ -61,7 +71,7 @@ public:
     // the source curves per 16-bit code pays off. Null profiles mean sRGB.
     bool build(ICCPixelFormat srcFormat, ICCAlphaFormat srcAlpha, const ICCProfile* srcProfile,
                ICCPixelFormat dstFormat, ICCAlphaFormat dstAlpha, const ICCProfile* dstProfile,
-               size_t expectedPixels);
+               size_t expectedPixels, ICCPlanKind kind = ICCPlanKind::kFast);
 
     // Converts `count` pixels; may run concurrently on disjoint runs.
     bool run(const void* src, void* dst, size_t count) const;
@@ -71,6 +81,7 @@ public:
 
 private:
     StageData& addStage(StageFn fn);
+    StageData& addClamp(int channels);
     bool addSourceStages(const ICCProfile& src, ICCAlphaFormat srcAlpha, size_t expectedPixels);
     bool addColorStages(const ICCProfile& src, const ICCProfile& dst);
     void addDestinationStages(const ICCProfile& dst, ICCAlphaFormat dstAlpha);
@@ -85,6 +96,7 @@ private:
     std::vector<std::vector<uint8_t>> invertedTables_;
     std::vector<std::vector<float>> curveTables_;
     bool fusedFirstCurves_ = false;
+    bool fast_ = true;
     bool built_ = false;
 };
 
