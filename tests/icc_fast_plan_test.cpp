@@ -113,8 +113,11 @@ TEST_P(ICCFastPlan, MatchesThePlainPlanByteForByte) {
                 const auto dstAlpha = static_cast<ICCAlphaFormat>((s + 2 * k + direction) % 3);
                 for (uint8_t& b : src) b = static_cast<uint8_t>(random());
                 icc::ICCTransform fastPlan, plainPlan;
-                // A large expected size makes 16-bit sources tabulate too.
-                const bool built = fastPlan.build(srcLayout, srcAlpha, from, dstLayout, dstAlpha, to, size_t(1) << 20);
+                // A large expected size makes 16-bit sources tabulate too;
+                // every other plan keeps to four lanes.
+                const auto kind = (s + k) % 2 ? icc::ICCPlanKind::kFast : icc::ICCPlanKind::kFastFourLanes;
+                const bool built =
+                    fastPlan.build(srcLayout, srcAlpha, from, dstLayout, dstAlpha, to, size_t(1) << 20, kind);
                 ASSERT_EQ(built, plainPlan.build(srcLayout, srcAlpha, from, dstLayout, dstAlpha, to, size_t(1) << 20,
                                                  icc::ICCPlanKind::kPlain));
                 if (!built) continue;
@@ -177,22 +180,25 @@ TEST(ICCFastPlanStages, FourLaneStagesMatchTheScalarStagesOnEveryKindOfFloat) {
             icc::PixelBlock in;
             for (int ch = 0; ch < 4; ++ch)
                 for (int i = 0; i < n; ++i) in.c[ch][i] = values[at + size_t((i + 17 * ch + shift) % n)];
-            using Pair = std::pair<icc::StageFn, icc::StageFn>;
-            for (const Pair& stages : {Pair{icc::stageTransferFunctionsX4, icc::stageTransferFunctions},
-                                       Pair{icc::stageMatrixX4, icc::stageMatrix},
-                                       Pair{icc::stageClampX4, icc::stageClamp}}) {
-                icc::PixelBlock a = in, b = in;
-                stages.first(d, a, n);
-                stages.second(d, b, n);
+            for (bool wide : {false, true}) {
+                const icc::VectorStages v = icc::vectorStages(wide);
+                using Pair = std::pair<icc::StageFn, icc::StageFn>;
+                for (const Pair& stages : {Pair{v.transferFunctions, icc::stageTransferFunctions},
+                                           Pair{v.matrix, icc::stageMatrix}, Pair{v.clamp, icc::stageClamp}}) {
+                    icc::PixelBlock a = in, b = in;
+                    stages.first(d, a, n);
+                    stages.second(d, b, n);
+                    for (int ch = 0; ch < 4; ++ch)
+                        for (int i = 0; i < n; ++i)
+                            ASSERT_TRUE(sameBits(a.c[ch][i], b.c[ch][i]))
+                                << v.lanes << " lanes: input " << in.c[ch][i] << " gave " << a.c[ch][i] << " and "
+                                << b.c[ch][i];
+                }
+                icc::CodeBlock codes;
+                v.quantise(in, 4, 65535.0f, codes, n);
                 for (int ch = 0; ch < 4; ++ch)
-                    for (int i = 0; i < n; ++i)
-                        ASSERT_TRUE(sameBits(a.c[ch][i], b.c[ch][i]))
-                            << "input " << in.c[ch][i] << " gave " << a.c[ch][i] << " and " << b.c[ch][i];
+                    for (int i = 0; i < n; ++i) ASSERT_EQ(codes.c[ch][i], icc::quantise(in.c[ch][i], 65535.0f));
             }
-            icc::CodeBlock codes;
-            icc::quantiseX4(in, 4, 65535.0f, codes, n);
-            for (int ch = 0; ch < 4; ++ch)
-                for (int i = 0; i < n; ++i) ASSERT_EQ(codes.c[ch][i], icc::quantise(in.c[ch][i], 65535.0f));
         }
     }
 }

@@ -52,17 +52,17 @@ void loadPixels(const uint8_t* src, PixelBlock& b, int n, const StageData& d) {
     }
 }
 
-// Codes are the clamped values rounded half up; the vectorised storers
-// quantise a block four values at a time, the others value by value.
-template <int Channels, bool Wide, bool BigEndian, bool Swap, bool Vectorised>
-void storePixels(const PixelBlock& b, uint8_t* dst, int n) {
+// Codes are the clamped values rounded half up; the batched storers
+// quantise the whole block first (vectorised), the others value by value.
+template <int Channels, bool Wide, bool BigEndian, bool Swap, bool Batched>
+void storePixels(const PixelBlock& b, uint8_t* dst, int n, QuantiseFn quantiseBlock) {
     constexpr int kSample = Wide ? 2 : 1;
     constexpr int kPixel = Channels * kSample;
     constexpr float kMax = Wide ? 65535.0f : 255.0f;
     constexpr int kRed = Swap ? 2 : 0, kBlue = Swap ? 0 : 2;
-    if (Vectorised) {
+    if (Batched) {
         CodeBlock codes;
-        quantiseX4(b, Channels, kMax, codes, n);
+        quantiseBlock(b, Channels, kMax, codes, n);
         for (int i = 0; i < n; ++i) {
             uint8_t* p = dst + i * kPixel;
             writeSample<Wide, BigEndian>(p + kRed * kSample, codes.c[0][i]);
@@ -94,15 +94,15 @@ LoadFn loaderSwap(const PixelLayout& l, bool tabulated) {
 }
 
 template <int Channels, bool Wide, bool BigEndian, bool Swap>
-StoreFn storer(bool vectorised) {
-    return vectorised ? &storePixels<Channels, Wide, BigEndian, Swap, true>
+StoreFn storer(bool batched) {
+    return batched ? &storePixels<Channels, Wide, BigEndian, Swap, true>
                       : &storePixels<Channels, Wide, BigEndian, Swap, false>;
 }
 
 template <int Channels, bool Wide, bool BigEndian>
-StoreFn storerSwap(const PixelLayout& l, bool vectorised) {
-    return l.swapRedBlue ? storer<Channels, Wide, BigEndian, true>(vectorised)
-                         : storer<Channels, Wide, BigEndian, false>(vectorised);
+StoreFn storerSwap(const PixelLayout& l, bool batched) {
+    return l.swapRedBlue ? storer<Channels, Wide, BigEndian, true>(batched)
+                         : storer<Channels, Wide, BigEndian, false>(batched);
 }
 
 }  // namespace

@@ -35,19 +35,18 @@ void stageAlphaOne(const StageData& d, PixelBlock& b, int n);
 void stageUnpremultiply(const StageData& d, PixelBlock& b, int n);
 void stagePremultiply(const StageData& d, PixelBlock& b, int n);
 
-// Four pixels at a time, bit for bit the results of the stages above.
-void stageTransferFunctionsX4(const StageData& d, PixelBlock& b, int n);
-void stageMatrixX4(const StageData& d, PixelBlock& b, int n);
-void stageClampX4(const StageData& d, PixelBlock& b, int n);
-// The first `channels` planes as codes 0..maxCode (quantise() per value).
-void quantiseX4(const PixelBlock& b, int channels, float maxCode, CodeBlock& codes, int n);
+// Vectorised stages, bit for bit the results of stageTransferFunctions,
+// stageMatrix and stageClamp, and a quantiser giving quantise() of the first
+// `channels` planes. The widest instruction set the processor has is chosen
+// (AVX2 only when allowed); `lanes` says how many values go at once.
+VectorStages vectorStages(bool allowAVX2 = true);
 
 // Pixel loading and storing for a layout; null for layouts the engine lacks.
 // `tabulated` loaders map the colour channels through d.tables (one float per
 // input code) instead of scaling them, which fuses the first curve stage.
-// `vectorised` storers quantise four values at a time.
+// `batched` storers quantise a whole block with the given QuantiseFn first.
 LoadFn selectLoader(const PixelLayout& layout, bool tabulated);
-StoreFn selectStorer(const PixelLayout& layout, bool vectorised);
+StoreFn selectStorer(const PixelLayout& layout, bool batched);
 
 }  // namespace icc
 }  // namespace KROCOLOR

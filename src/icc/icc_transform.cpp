@@ -51,7 +51,7 @@ StageData& ICCTransform::addStage(StageFn fn) {
 }
 
 StageData& ICCTransform::addClamp(int channels) {
-    StageData& s = addStage(fast_ ? stageClampX4 : stageClamp);
+    StageData& s = addStage(fast_ ? vector_.clamp : stageClamp);
     s.channels = channels;
     return s;
 }
@@ -59,13 +59,13 @@ StageData& ICCTransform::addClamp(int channels) {
 void ICCTransform::addCurves(const ICCCurve* curves, int channels) {
     bool parametric = true;
     for (int i = 0; i < channels; ++i) parametric = parametric && curves[i].tableEntries == 0;
-    StageData& s = addStage(!parametric ? stageCurves : fast_ ? stageTransferFunctionsX4 : stageTransferFunctions);
+    StageData& s = addStage(!parametric ? stageCurves : fast_ ? vector_.transferFunctions : stageTransferFunctions);
     s.channels = channels;
     for (int i = 0; i < channels; ++i) s.curves[i] = curves[i];
 }
 
 void ICCTransform::addMatrix(const float m[3][4]) {
-    StageData& s = addStage(fast_ ? stageMatrixX4 : stageMatrix);
+    StageData& s = addStage(fast_ ? vector_.matrix : stageMatrix);
     std::memcpy(s.matrix, m, sizeof s.matrix);
 }
 
@@ -202,13 +202,15 @@ void ICCTransform::addDestinationStages(const ICCProfile& dst, ICCAlphaFormat ds
     else if (dstAlpha == kICCAlphaPremultiplied)
         addStage(stagePremultiply);
     store_ = selectStorer(dstLayout_, fast_);
+    quantise_ = vector_.quantise;
 }
 
 bool ICCTransform::build(ICCPixelFormat srcFormat, ICCAlphaFormat srcAlpha, const ICCProfile* srcProfile,
                          ICCPixelFormat dstFormat, ICCAlphaFormat dstAlpha, const ICCProfile* dstProfile,
                          size_t expectedPixels, ICCPlanKind kind) {
     built_ = false;
-    fast_ = kind == ICCPlanKind::kFast;
+    fast_ = kind != ICCPlanKind::kPlain;
+    vector_ = vectorStages(kind != ICCPlanKind::kFastFourLanes);
     stages_.clear();
     invertedTables_.clear();
     curveTables_.clear();
@@ -250,7 +252,7 @@ bool ICCTransform::run(const void* src, void* dst, size_t count) const {
         const int n = static_cast<int>(count - done < size_t(kBlockPixels) ? count - done : size_t(kBlockPixels));
         load_(in + done * srcBpp, block, n, loadData_);
         for (const auto& stage : stages_) stage->fn(*stage, block, n);
-        store_(block, out + done * dstBpp, n);
+        store_(block, out + done * dstBpp, n, quantise_);
     }
     return true;
 }

@@ -18,18 +18,26 @@ constexpr int kBlockPixels = 64;
 
 // Channels 0..3 hold R, G, B, A (or C, M, Y, K, or the PCS values).
 struct PixelBlock {
-    alignas(16) float c[4][kBlockPixels];
+    alignas(32) float c[4][kBlockPixels];
 };
 
 // Integer codes of a block on their way to the destination layout.
 struct CodeBlock {
-    alignas(16) uint32_t c[4][kBlockPixels];
+    alignas(32) uint32_t c[4][kBlockPixels];
 };
 
 struct StageData;
 using StageFn = void (*)(const StageData& data, PixelBlock& block, int n);
 using LoadFn = void (*)(const uint8_t* src, PixelBlock& block, int n, const StageData& data);
-using StoreFn = void (*)(const PixelBlock& block, uint8_t* dst, int n);
+using QuantiseFn = void (*)(const PixelBlock& block, int channels, float maxCode, CodeBlock& codes, int n);
+using StoreFn = void (*)(const PixelBlock& block, uint8_t* dst, int n, QuantiseFn quantise);
+
+// The vectorised stages of one instruction set (see vectorStages()).
+struct VectorStages {
+    StageFn transferFunctions, matrix, clamp;
+    QuantiseFn quantise;
+    int lanes;
+};
 
 // Parameters of one stage; the plan owns them.
 struct StageData {
@@ -57,9 +65,10 @@ bool runFits(size_t count, uint64_t bytesPerPixel);
 bool describeLayout(ICCPixelFormat format, PixelLayout* layout);
 
 // kFast plans tabulate curves fed by integer codes and run the vectorised
-// stages; kPlain plans evaluate every stage value by value. Both give the
-// same bytes; kPlain is the reference the fast plan is tested against.
-enum class ICCPlanKind { kFast, kPlain };
+// stages with the widest vectors the processor has (kFastFourLanes: SSE2
+// only); kPlain plans evaluate every stage value by value. All give the same
+// bytes; kPlain is the reference the fast plans are tested against.
+enum class ICCPlanKind { kFast, kFastFourLanes, kPlain };
 
 class ICCTransform {
 public:
@@ -91,12 +100,14 @@ private:
     PixelLayout srcLayout_{}, dstLayout_{};
     LoadFn load_ = nullptr;
     StoreFn store_ = nullptr;
+    QuantiseFn quantise_ = nullptr;
     StageData loadData_;
     std::vector<std::unique_ptr<StageData>> stages_;
     std::vector<std::vector<uint8_t>> invertedTables_;
     std::vector<std::vector<float>> curveTables_;
     bool fusedFirstCurves_ = false;
     bool fast_ = true;
+    VectorStages vector_{};
     bool built_ = false;
 };
 
