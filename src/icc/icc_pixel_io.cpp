@@ -8,23 +8,31 @@ namespace KROCOLOR {
 namespace icc {
 namespace {
 
+// 16-bit samples move as one unaligned 16-bit access, byte-swapped when
+// their order is not the machine's.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+constexpr bool kHostBigEndian = false;
+#else
+constexpr bool kHostBigEndian = true;
+#endif
+
 template <bool Wide, bool BigEndian>
 inline uint32_t readSample(const uint8_t* p) {
     if (!Wide) return p[0];
-    return BigEndian ? (uint32_t(p[0]) << 8) | p[1] : (uint32_t(p[1]) << 8) | p[0];
+    uint16_t v;
+    std::memcpy(&v, p, 2);
+    return BigEndian != kHostBigEndian ? __builtin_bswap16(v) : v;
 }
 
 template <bool Wide, bool BigEndian>
 inline void writeSample(uint8_t* p, uint32_t v) {
     if (!Wide) {
         p[0] = static_cast<uint8_t>(v);
-    } else if (BigEndian) {
-        p[0] = static_cast<uint8_t>(v >> 8);
-        p[1] = static_cast<uint8_t>(v);
-    } else {
-        p[0] = static_cast<uint8_t>(v);
-        p[1] = static_cast<uint8_t>(v >> 8);
+        return;
     }
+    uint16_t w = static_cast<uint16_t>(v);
+    if (BigEndian != kHostBigEndian) w = __builtin_bswap16(w);
+    std::memcpy(p, &w, 2);
 }
 
 template <int Channels, bool Wide, bool BigEndian, bool Swap, bool Tabulated>

@@ -69,6 +69,26 @@ void ICCTransform::addMatrix(const float m[3][4]) {
     std::memcpy(s.matrix, m, sizeof s.matrix);
 }
 
+// table[code] = the curve at code * scale, for every code; transfer
+// functions go through the vectorised stage a block at a time.
+void ICCTransform::tabulateCurve(const ICCCurve& curve, float scale, std::vector<float>& table) const {
+    const uint32_t codes = static_cast<uint32_t>(table.size());
+    if (curve.tableEntries != 0) {
+        for (uint32_t code = 0; code < codes; ++code) table[code] = evalCurve(curve, static_cast<float>(code) * scale);
+        return;
+    }
+    StageData d;
+    d.channels = 1;
+    d.curves[0] = curve;
+    PixelBlock block;
+    for (uint32_t first = 0; first < codes; first += kBlockPixels) {
+        const int n = static_cast<int>(codes - first < uint32_t(kBlockPixels) ? codes - first : kBlockPixels);
+        for (int i = 0; i < n; ++i) block.c[0][i] = static_cast<float>(first + uint32_t(i)) * scale;
+        vector_.transferFunctions(d, block, n);
+        std::memcpy(&table[first], block.c[0], sizeof(float) * static_cast<size_t>(n));
+    }
+}
+
 // Loading and source alpha. When the first colour stage is three curves
 // applied straight to the loaded samples, they are evaluated once per input
 // code instead of once per pixel (the same values, computed in advance).
@@ -96,10 +116,8 @@ bool ICCTransform::addSourceStages(const ICCProfile& src, ICCAlphaFormat srcAlph
                 continue;
             }
             curveTables_.emplace_back(codes);
-            std::vector<float>& table = curveTables_.back();
-            for (uint32_t code = 0; code < codes; ++code)
-                table[code] = evalCurve(firstCurves[ch], static_cast<float>(code) * scale);
-            loadData_.tables[ch] = table.data();
+            tabulateCurve(firstCurves[ch], scale, curveTables_.back());
+            loadData_.tables[ch] = curveTables_.back().data();
         }
     }
     fusedFirstCurves_ = tabulate;

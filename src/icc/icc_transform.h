@@ -96,6 +96,7 @@ private:
     void addDestinationStages(const ICCProfile& dst, ICCAlphaFormat dstAlpha);
     void addCurves(const ICCCurve* curves, int channels);
     void addMatrix(const float m[3][4]);
+    void tabulateCurve(const ICCCurve& curve, float scale, std::vector<float>& table) const;
 
     PixelLayout srcLayout_{}, dstLayout_{};
     LoadFn load_ = nullptr;
