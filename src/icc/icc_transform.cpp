@@ -212,8 +212,12 @@ bool ICCTransform::addColorStages(const ICCProfile& src, const ICCProfile& dst) 
 }
 
 void ICCTransform::addDestinationStages(const ICCProfile& dst, ICCAlphaFormat dstAlpha) {
-    addClamp(4);  // every destination layout is integer
-    if (dst.dataColorSpace == kICCSigCMYK)
+    // Every destination layout is integer, so values are clamped to [0, 1].
+    // The storers clamp as they quantise, so the fast plan skips the stage
+    // when nothing between it and the store depends on the clamped colour.
+    const bool cmyk = dst.dataColorSpace == kICCSigCMYK;
+    if (!fast_ || cmyk || dstAlpha == kICCAlphaPremultiplied) addClamp(4);
+    if (cmyk)
         addStage(stageInvert);
     else if (dstAlpha == kICCAlphaOpaque)
         addStage(stageAlphaOne);
