@@ -21,6 +21,8 @@ namespace icc {
 
 #if defined(KRO_ICC_X86) && defined(__SSE2__)
 
+#define KRO_LANES
+
 namespace sse2 {
 
 struct V {
@@ -62,8 +64,8 @@ struct V {
 
 }  // namespace sse2
 
-#pragma GCC push_options
-#pragma GCC target("avx2")
+#undef KRO_LANES
+#define KRO_LANES __attribute__((target("avx2")))
 
 namespace avx2 {
 
@@ -71,39 +73,39 @@ struct V {
     static constexpr int kLanes = 8;
     __m256 v;
 
-    static V load(const float* p) { return {_mm256_load_ps(p)}; }
-    static void store(float* p, V x) { _mm256_store_ps(p, x.v); }
-    static void storeTruncated(uint32_t* p, V x) {
+    KRO_LANES static V load(const float* p) { return {_mm256_load_ps(p)}; }
+    KRO_LANES static void store(float* p, V x) { _mm256_store_ps(p, x.v); }
+    KRO_LANES static void storeTruncated(uint32_t* p, V x) {
         _mm256_store_si256(reinterpret_cast<__m256i*>(p), _mm256_cvttps_epi32(x.v));
     }
-    static V splat(float f) { return {_mm256_set1_ps(f)}; }
-    static V zero() { return {_mm256_setzero_ps()}; }
-    static V add(V a, V b) { return {_mm256_add_ps(a.v, b.v)}; }
-    static V sub(V a, V b) { return {_mm256_sub_ps(a.v, b.v)}; }
-    static V mul(V a, V b) { return {_mm256_mul_ps(a.v, b.v)}; }
-    static V div(V a, V b) { return {_mm256_div_ps(a.v, b.v)}; }
+    KRO_LANES static V splat(float f) { return {_mm256_set1_ps(f)}; }
+    KRO_LANES static V zero() { return {_mm256_setzero_ps()}; }
+    KRO_LANES static V add(V a, V b) { return {_mm256_add_ps(a.v, b.v)}; }
+    KRO_LANES static V sub(V a, V b) { return {_mm256_sub_ps(a.v, b.v)}; }
+    KRO_LANES static V mul(V a, V b) { return {_mm256_mul_ps(a.v, b.v)}; }
+    KRO_LANES static V div(V a, V b) { return {_mm256_div_ps(a.v, b.v)}; }
     // Ordered, non-signalling comparisons: the SSE2 predicates' results.
-    static V lt(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)}; }
-    static V gt(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_GT_OQ)}; }
-    static V ge(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_GE_OQ)}; }
-    static V eq(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)}; }
-    static V bitAnd(V a, V b) { return {_mm256_and_ps(a.v, b.v)}; }
-    static V bitOr(V a, V b) { return {_mm256_or_ps(a.v, b.v)}; }
-    static V bitAndNot(V mask, V b) { return {_mm256_andnot_ps(mask.v, b.v)}; }
-    static V intToFloat(V x) { return {_mm256_cvtepi32_ps(_mm256_castps_si256(x.v))}; }
-    static V withBits(V x, int32_t keep, int32_t set) {
+    KRO_LANES static V lt(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)}; }
+    KRO_LANES static V gt(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_GT_OQ)}; }
+    KRO_LANES static V ge(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_GE_OQ)}; }
+    KRO_LANES static V eq(V a, V b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)}; }
+    KRO_LANES static V bitAnd(V a, V b) { return {_mm256_and_ps(a.v, b.v)}; }
+    KRO_LANES static V bitOr(V a, V b) { return {_mm256_or_ps(a.v, b.v)}; }
+    KRO_LANES static V bitAndNot(V mask, V b) { return {_mm256_andnot_ps(mask.v, b.v)}; }
+    KRO_LANES static V intToFloat(V x) { return {_mm256_cvtepi32_ps(_mm256_castps_si256(x.v))}; }
+    KRO_LANES static V withBits(V x, int32_t keep, int32_t set) {
         const __m256i bits = _mm256_and_si256(_mm256_castps_si256(x.v), _mm256_set1_epi32(keep));
         return {_mm256_castsi256_ps(_mm256_or_si256(bits, _mm256_set1_epi32(set)))};
     }
-    static V truncate(V x) { return {_mm256_cvtepi32_ps(_mm256_cvttps_epi32(x.v))}; }
-    static V truncatedBits(V x) { return {_mm256_castsi256_ps(_mm256_cvttps_epi32(x.v))}; }
+    KRO_LANES static V truncate(V x) { return {_mm256_cvtepi32_ps(_mm256_cvttps_epi32(x.v))}; }
+    KRO_LANES static V truncatedBits(V x) { return {_mm256_castsi256_ps(_mm256_cvttps_epi32(x.v))}; }
 };
 
 #include "icc/icc_lane_stages.inc"
 
 }  // namespace avx2
 
-#pragma GCC pop_options
+#undef KRO_LANES
 
 VectorStages vectorStages(bool allowAVX2) {
     static const bool haveAVX2 = [] {
