@@ -124,7 +124,7 @@ KROReturn CPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
         }
         return scaleFrame(*scaleSource, *dst, threaded);
     } catch (...) {
-        // Worker threads that cannot start, or memory that runs out.
+        // Memory that runs out (intermediate frames, the pool's job copies).
         return kKRORunCPUKernelError;
     }
 }

@@ -34,8 +34,9 @@ KROReturn runItems(int count, bool threaded, const Job& job) {
         task.runIndices(count, job);
         task.join();
     } catch (const std::exception&) {
-        // Threads that cannot start (std::system_error) or no memory for the
-        // pool; the slots already started were joined by the pool.
+        // No memory for the slots' copies of the job, raised before any slot
+        // runs (workers that cannot start only leave more slots to the
+        // calling thread).
         return kKRORunCPUKernelError;
     }
     return kKROSuccess;

@@ -43,7 +43,7 @@ KROReturn XSimdCPUContext::convertColor(const KROFrame* src, KROFrame* dst) {
         }
         return xsimdScalePass(*scaleSource, *dst, threaded) ? kKROSuccess : kKRORunCPUKernelError;
     } catch (...) {
-        // Worker threads that cannot start, or memory that runs out.
+        // Memory that runs out (intermediate frames, the pool's job copies).
         return kKRORunCPUKernelError;
     }
 }
