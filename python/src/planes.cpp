@@ -79,10 +79,12 @@ PlaneRefs checkPlanes(const SideLayout& layout, py::handle arrays, const char* s
     refs.count = count;
     for (size_t p = 0; p < count; ++p) {
         const PlaneShape& want = layout.planes[p];
-        const std::string where = std::string(side) + " plane " + std::to_string(p) + ": expected " +
-                                  layout.expected(p);
-        if (!py::isinstance<py::array>(items[p])) throw py::value_error(where + ", got a " +
-                                                                       py::str(py::type::of(items[p])).cast<std::string>());
+        // The message is built only on failure: it costs more than the checks.
+        auto where = [&] {
+            return std::string(side) + " plane " + std::to_string(p) + ": expected " + layout.expected(p);
+        };
+        if (!py::isinstance<py::array>(items[p]))
+            throw py::value_error(where() + ", got a " + py::str(py::type::of(items[p])).cast<std::string>());
         py::array a = py::reinterpret_borrow<py::array>(items[p]);
         const bool is3d = want.channels > 1;
         const py::ssize_t item = layout.dtype.itemsize();
@@ -94,8 +96,8 @@ PlaneRefs checkPlanes(const SideLayout& layout, py::handle arrays, const char* s
         fits = fits && (is3d ? a.strides(2) == item && a.strides(1) == item * want.channels : a.strides(1) == item);
         fits = fits && (want.rows == 1 || (a.strides(0) >= static_cast<py::ssize_t>(want.rowBytes) &&
                                            a.strides(0) <= INT_MAX));
-        if (!fits) throw py::value_error(where + ", got " + describeArray(a));
-        if (writable && !a.writeable()) throw py::value_error(where + ", got a read-only array");
+        if (!fits) throw py::value_error(where() + ", got " + describeArray(a));
+        if (writable && !a.writeable()) throw py::value_error(where() + ", got a read-only array");
         refs.planes[p] = static_cast<const uint8_t*>(a.data());
         refs.strides[p] = want.rows == 1 ? static_cast<int>(want.rowBytes) : static_cast<int>(a.strides(0));
         keep.push_back(std::move(a));
