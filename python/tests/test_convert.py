@@ -14,7 +14,7 @@ BT709_TV = dict(primaries="bt709", transfer="bt709", matrix="bt709", range="tv")
 SRGB_PC = dict(primaries="bt709", transfer="iec61966-2-1", matrix="gbr", range="pc")
 
 
-@pytest.mark.parametrize("backend", ["cpu", "simd"])
+@pytest.mark.parametrize("backend", ["cpu", "simd", "swscale"])
 @pytest.mark.parametrize("width,height", [(320, 180), (61, 35)])
 def test_nv12_to_rgba_equals_the_command_line(krocolor_cli, tmp_path, rng, backend, width, height):
     cw, ch = (width + 1) // 2, (height + 1) // 2
