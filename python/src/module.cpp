@@ -4,8 +4,11 @@
 // gives the API its keyword form.
 #include <chrono>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <vector>
 
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>

@@ -15,7 +15,7 @@ namespace krocolor_py {
 
 namespace py = pybind11;
 
-// One plane as an array: rows x cols samples positions, `channels` samples
+// One plane as an array: rows x cols sample positions, `channels` samples
 // interleaved per position (a 2-D array when 1, H x W x C otherwise).
 struct PlaneShape {
     int rows = 0;
