@@ -468,6 +468,43 @@ public:
     static bool isAligned(const void* ptr, uint64_t alignment);
 };
 
+// CUDA services around the convertors: the driver is loaded at run time on
+// first use (never linked), and every operation works in the context the
+// calling thread has made current. Failures give false, 0 or null.
+class KRO_API KROCuda {
+public:
+    KROCuda& operator=(const KROCuda&) { return *this; }
+    KROCuda& operator=(KROCuda&&) noexcept { return *this; }
+
+    static bool init();
+    static int getDeviceCount();
+    static void* retainDevicePrimaryCtx(uint64_t device);
+    static bool releaseDevicePrimaryCtx(uint64_t device);
+    static bool pushContext(void* context);
+    static bool popContext(void** context);
+    static void* malloc(uint64_t size);
+    static void free(void* devicePtr);
+    static bool memcpy(void* dst, const void* src, uint64_t size);
+    static bool memcpyHtoD(void* deviceDst, const void* hostSrc, uint64_t size);
+    static bool memcpyDtoH(void* hostDst, const void* deviceSrc, uint64_t size);
+    // Direct3D 11 interop; drivers without it give null / false.
+    static void* cuGraphicsD3D11RegisterResource(void* resource);
+    static void cuGraphicsUnregisterResource(void* resource);
+    static bool copyCUdeviceptrToCUResource(const void* src, int srcPitch, void* resource, int dstPitch, int height);
+    static bool copyD3D11Texture2DToCUResource(void* texture, int srcPitch, unsigned char* dst, int dstPitch,
+                                               int height, void* resource);
+    // Whether the driver compiles the embedded kernel program (needs a
+    // current context).
+    static bool checkCUDAPTXSupported();
+    // NVIDIA display-driver version times 100 (550.54 gives 55054).
+    static bool getNVIDIADriverVersion(double& version);
+    static bool isNVIDIADriverBelowTheMinimumVersion();
+
+    static void* _cu;
+    static double _NVIDIA_DriverVersion;
+    static const double _NVIDIA_LOW_DriverVersion;
+};
+
 }  // namespace KROCOLOR
 
 #endif  // KRO_COLOR_FUNCTIONS_H

@@ -2,6 +2,7 @@
 
 #include "api/backend_selection.h"
 #include "cpu/cpu_context.h"
+#include "cuda/cuda_context.h"
 
 using namespace KROCOLOR;
 
@@ -9,7 +10,7 @@ namespace {
 
 void* handle(uintptr_t v) { return reinterpret_cast<void*>(v); }
 
-enum class Expect { Cpu, Swscale, Code };
+enum class Expect { Cpu, Swscale, Cuda, Code };
 
 struct SelectionCase {
     const char* name;
@@ -41,12 +42,16 @@ TEST_P(BackendSelection, FirstMatchingRuleDecides) {
         EXPECT_EQ(chosen.convertor, nullptr);
         return;
     }
+    if (c.expect == Expect::Cuda) {
+        EXPECT_NE(dynamic_cast<const CudaContext*>(chosen.convertor.get()), nullptr);
+        return;
+    }
     auto* cpu = dynamic_cast<const CPUContext*>(chosen.convertor.get());
     ASSERT_NE(cpu, nullptr);
     EXPECT_EQ(cpu->usesSwscale(), c.expect == Expect::Swscale);
 }
 
-// Backends this build does not carry yet (CUDA, Direct3D 11, OpenGL ES)
+// Backends this build does not carry yet (Direct3D 11, OpenGL ES)
 // answer kKROPlatformFormatNotSupported once their rule is reached; these
 // rows change when a backend lands.
 INSTANTIATE_TEST_SUITE_P(
@@ -57,12 +62,12 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{"host_swscale_both", 103, 102, 1, 1, 0, 0, 0, 0, Expect::Swscale, kKROSuccess},
         SelectionCase{"host_other_types_cpu", 103, 104, 4, 0, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
         SelectionCase{"host_type5_and_2_cpu", 103, 104, 5, 2, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
-        SelectionCase{"cuda_both_same_ctx", 101, 302, 4, 4, 7, 8, 7, 9, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"cuda_both_same_ctx", 101, 302, 4, 4, 7, 8, 7, 9, Expect::Cuda, kKROSuccess},
         SelectionCase{"cuda_both_other_ctx", 301, 302, 4, 4, 7, 8, 6, 8, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"cuda_both_gl_format", 201, 302, 4, 4, 7, 8, 7, 8, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"cuda_to_host_null_ctx", 301, 101, 4, 0, 0, 0, 0, 0, Expect::Code, kKROMissingHWContext},
         SelectionCase{"cuda_to_host_cpu_types", 301, 101, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
-        SelectionCase{"cuda_to_host_ok", 301, 101, 4, 0, 5, 0, 0, 0, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"cuda_to_host_ok", 301, 101, 4, 0, 5, 0, 0, 0, Expect::Cuda, kKROSuccess},
         SelectionCase{"host_to_cuda_null_ctx", 101, 301, 0, 4, 0, 0, 0, 0, Expect::Code, kKROMissingHWContext},
         SelectionCase{"host_to_cuda_wrong_types", 101, 301, 4, 0, 5, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"cuda_pair_cpu_types", 301, 302, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
