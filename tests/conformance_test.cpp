@@ -166,7 +166,10 @@ const Backend kBackends[] = {
      nullptr, exact},
     {"simd", [](const Conversion& c, const FrameBuffers& s, FrameBuffers& d) { return convertOnHost(kKROHWTypeXSimd, c, s, d); },
      nullptr, simdTolerance},
-    {"cuda", nullptr, "this build has no CUDA convertor", nullptr},
+    {"cuda", nullptr,
+     "the CUDA kernels keep their own curves (PQ and transfer 17 as BT.709, LOG_SQRT) and stage only some host "
+     "formats; kro_cuda_tests holds them to their formulas",
+     nullptr},
     {"d3d11", nullptr, "this build has no Direct3D 11 convertor", nullptr},
     {"gles", nullptr, "this build has no OpenGL ES convertor", nullptr},
 };
