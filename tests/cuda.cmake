@@ -43,3 +43,11 @@ if(KRO_PTXAS AND KRO_CUDA_PTX_ARCH)
     add_test(NAME cuda_ptx_assembles_${sm} COMMAND ${KRO_PTXAS} -arch=${sm} ${KRO_CUDA_PTX} -o /dev/null)
   endforeach()
 endif()
+
+# krocolor takes the CUDA road on the stand-in: the demo's cuda row converts.
+if(TARGET krocolor)
+  add_test(NAME cuda_krocolor_demo
+    COMMAND krocolor demo -s 64x32 --repeat 1 --backend cpu --backend cuda -o ${CMAKE_CURRENT_BINARY_DIR}/cuda-demo)
+  set_tests_properties(cuda_krocolor_demo PROPERTIES
+    ENVIRONMENT "LD_LIBRARY_PATH=${KRO_CUDA_STANDIN_DIR}" PASS_REGULAR_EXPRESSION "\ncuda +[0-9.]+ +[0-9]+ ")
+endif()

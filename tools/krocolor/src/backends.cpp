@@ -6,6 +6,8 @@
 
 #include <KROColorFunctions.h>
 
+#include "cuda_frames.h"
+
 namespace krocolor {
 namespace {
 
@@ -13,7 +15,7 @@ const std::vector<BackendInfo> kBackends = {
     {"cpu", "scalar c", 0, false, "scalar CPU convertor (the reference)"},
     {"simd", "xsimd sse2", 6, false, "four-lane SIMD CPU convertor"},
     {"swscale", "sws ffmpeg", 1, false, "CPU convertor through FFmpeg's libswscale"},
-    {"cuda", "nvidia", 4, true, "NVIDIA GPU through the CUDA driver"},
+    {"cuda", "nvidia", 4, false, "NVIDIA GPU through the CUDA driver"},
     {"d3d11", "directx", 5, true, "Direct3D 11 compute shader"},
     {"gles", "opengl gl", 2, true, "OpenGL ES render pass"},
 };
@@ -41,6 +43,7 @@ std::string backendNames() {
 
 std::string backendUnavailableReason(const BackendInfo& backend) {
     using namespace KROCOLOR;
+    if (backend.hwType == kKROHWTypeCUDA) return cudaUnavailableReason();
     if (backend.needsDevice) return "krocolor cannot open a " + std::string(backend.name) + " device yet";
     constexpr int kSide = 16;
     std::unique_ptr<KROColorFunctions> probe(

@@ -43,7 +43,9 @@ FramePipeline::FramePipeline(const PipelineSettings& s) : settings_(s) {
 
     const int sw = s.scaleWidth > 0 ? s.scaleWidth : w;
     const int sh = s.scaleHeight > 0 ? s.scaleHeight : h;
-    color_.reset(KROColorFunctions::create(w, h, inCode, sw, sh, outCode));
+    if (hwType == kKROHWTypeCUDA) cuda_.reset(new CudaFrames(*s.inFormat, w, h, *s.outFormat, sw, sh));
+    color_.reset(KROColorFunctions::create(w, h, cuda_ ? cuda_->inFormat() : inCode, sw, sh,
+                                           cuda_ ? cuda_->outFormat() : outCode));
     if (!color_) failure("out of memory creating the colour conversion");
     const KROReturn rc = color_->setColorspaceDetails(
         static_cast<KROColorPrimaries>(s.inColor.primaries), static_cast<KROColorTransfer>(s.inColor.transfer),
@@ -51,7 +53,7 @@ FramePipeline::FramePipeline(const PipelineSettings& s) : settings_(s) {
         static_cast<KROColorPrimaries>(s.outColor.primaries), static_cast<KROColorTransfer>(s.outColor.transfer),
         static_cast<KROColorMatrix>(s.outColor.matrix), static_cast<KROColorRange>(s.outColor.range));
     if (rc != kKROSuccess) libraryFailure("the library refused the colour description", rc);
-    color_->setHWContext(contextFor(hwType));
+    color_->setHWContext(cuda_ ? cuda_->hwContext() : contextFor(hwType));
     color_->setKeepSourceColor(s.keepSourceColor);
     for (const auto& kv : s.metadata) color_->setMetaData(kv.first.c_str(), kv.second.c_str());
 
@@ -81,7 +83,8 @@ void FramePipeline::run(Image& in, Image& out) {
     {
         auto a = source->pointers();
         auto b = target->pointers();
-        const KROReturn rc = color_->transcode(a.src, a.strides, b.dst, b.strides);
+        const KROReturn rc = cuda_ ? cuda_->convert(*color_, *source, *target)
+                                   : color_->transcode(a.src, a.strides, b.dst, b.strides);
         if (rc != kKROSuccess)
             libraryFailure(std::string("conversion ") + settings_.inFormat->name + " to " +
                                settings_.outFormat->name + " on backend " +

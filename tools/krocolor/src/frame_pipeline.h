@@ -13,6 +13,7 @@
 #include <KROColorFunctions.h>
 
 #include "backends.h"
+#include "cuda_frames.h"
 #include "image.h"
 
 namespace krocolor {
@@ -58,6 +59,7 @@ private:
     PipelineSettings settings_;
     std::unique_ptr<KROCOLOR::KROCropFunctions> crop_;
     std::unique_ptr<KROCOLOR::KROColorFunctions> color_;
+    std::unique_ptr<CudaFrames> cuda_;  // --backend cuda: the colour step's device frames
     std::unique_ptr<KROCOLOR::KRORotateFunctions> rotate_;
     Image cropped_, converted_;
     int outWidth_ = 0, outHeight_ = 0;
