@@ -467,3 +467,24 @@ TEST_F(CudaConvertor, SelectionBuildsTheConvertorOnlyWithAContext) {
 }
 
 }  // namespace
+
+namespace {
+
+// A build made without a CUDA compiler carries no program: the driver
+// refuses the empty module and every conversion says it cannot load kernels.
+TEST(CudaWithoutProgram, ConversionsCannotLoadTheirKernels) {
+#if defined(KRO_CUDA_HAVE_PTX)
+    GTEST_SKIP() << "this build carries the kernel program";
+#endif
+    CudaSession session;
+    if (!session.ready()) GTEST_SKIP() << session.why();
+    std::unique_ptr<CudaContext> c = CudaContext::create(session.context(), nullptr);
+    HostFrame a(102, 4, 4), b(102, 4, 4);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(c->convertColor(&a.frame, &b.frame), kKROLoadCUDAKernelError);
+    EXPECT_EQ(c->rotate(&a.frame, &b.frame, 1), kKROLoadCUDAKernelError);
+    EXPECT_FALSE(KROCuda::checkCUDAPTXSupported());
+    testing::internal::GetCapturedStdout();
+}
+
+}  // namespace
