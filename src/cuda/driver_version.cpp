@@ -17,6 +17,7 @@
 #include <comdef.h>
 #include <wbemidl.h>
 #pragma comment(lib, "wbemuuid.lib")
+#pragma comment(lib, "comsuppw.lib")
 #else
 #include <dirent.h>
 #include <algorithm>
