@@ -2,18 +2,7 @@
 # ctest puts the CPU stand-in driver (built here, never installed) on
 # LD_LIBRARY_PATH, so on a machine without an NVIDIA GPU the convertor runs
 # its kernels on the CPU; nothing in the tests depends on the stand-in.
-set(KRO_CUDA_STANDIN_DIR ${CMAKE_BINARY_DIR}/cuda-standin)
-add_library(kro_cuda_standin SHARED
-  ${CMAKE_CURRENT_LIST_DIR}/cuda_standin/standin_driver.cpp
-  ${PROJECT_SOURCE_DIR}/src/cuda/kernels/kro_kernels.cu)
-# One kernel source, two compilers: the host compiler builds it as C++.
-set_source_files_properties(${PROJECT_SOURCE_DIR}/src/cuda/kernels/kro_kernels.cu PROPERTIES LANGUAGE CXX)
-set_target_properties(kro_cuda_standin PROPERTIES
-  OUTPUT_NAME cuda SOVERSION 1
-  LIBRARY_OUTPUT_DIRECTORY ${KRO_CUDA_STANDIN_DIR}
-  CXX_VISIBILITY_PRESET hidden)
-target_compile_options(kro_cuda_standin PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-x c++>)
-target_include_directories(kro_cuda_standin PRIVATE ${PROJECT_SOURCE_DIR}/src ${FFNVCODEC_INCLUDE_DIRS})
+include(${PROJECT_SOURCE_DIR}/tools/cuda_standin/standin.cmake)
 
 file(GLOB KRO_CUDA_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/cuda/*_test.cpp)
 add_executable(kro_cuda_tests ${KRO_CUDA_TEST_SOURCES})
