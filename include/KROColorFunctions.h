@@ -29,6 +29,21 @@
 // Windows header. They are only ever handled through pointers.
 struct ID3D11Device;
 struct ID3D11DeviceContext;
+struct ID3D11Texture2D;
+struct ID3D11ShaderResourceView;
+struct ID3D11UnorderedAccessView;
+struct ID3D11Buffer;
+struct ID3D11ComputeShader;
+struct ID3D11Query;
+struct IDXGIAdapter;
+// DXGI_FORMAT is a plain enumeration that cannot be forward-declared: on
+// Windows it comes from the SDK's small dxgiformat.h; elsewhere (the library's
+// Vulkan-backed Direct3D 11 layer) it is declared with a fixed underlying type.
+#if defined(_WIN32)
+#include <dxgiformat.h>
+#else
+enum DXGI_FORMAT : int;
+#endif
 
 namespace KROCOLOR {
 
@@ -454,6 +469,75 @@ public:
 // Always returns kKROSuccess.
 KRO_API KROReturn convertToLab(KROColorPrimaries primaries, KROColorTransfer transfer,
                                float r, float g, float b, float* L, float* A, float* B);
+
+// Direct3D 11 operations: devices, textures, views, constant buffers, compute
+// shaders, event queries and copies between CPU memory and textures. Every
+// object returned comes with one reference owned by the caller. Operations
+// that use a manager's context must not run concurrently with other use of
+// that context; creation calls only use the device. Compiled shader bytecode
+// is cached per process by entry-point name (guarded by a mutex).
+class KRO_API KRODirectX {
+public:
+    KRODirectX& operator=(const KRODirectX&) { return *this; }
+    KRODirectX& operator=(KRODirectX&&) noexcept { return *this; }
+
+    // Device and immediate context on adapter `adapterIndex`; null when there
+    // is no such adapter or no device can be made there.
+    static ID3D11Manager* createID3D11Device(int adapterIndex);
+    // Releases the device and context, deletes the manager, sets *manager to null.
+    static void releaseID3D11Device(ID3D11Manager** manager);
+    static IDXGIAdapter* queryIDXGIAdapter(ID3D11Device* device);
+    // Whether both devices sit on adapters with the same description string.
+    static bool canInteroperability(ID3D11Manager* a, ID3D11Manager* b);
+
+    // Default usage, bound for shader resource, render target and unordered
+    // access, shared between devices of one adapter.
+    static ID3D11Texture2D* createID3D11Texture2D(ID3D11Manager* manager, int width, int height, DXGI_FORMAT format);
+    // Staging usage with CPU read and write access.
+    static ID3D11Texture2D* createStagingID3D11Texture2D(ID3D11Manager* manager, int width, int height,
+                                                         DXGI_FORMAT format);
+    // A texture of another device (made by createID3D11Texture2D) opened on the manager's device.
+    static ID3D11Texture2D* createSharedID3D11Texture2D(ID3D11Manager* manager, ID3D11Texture2D* texture);
+
+    // One view per plane of array slice `arraySlice`: NV12 R8 + R8G8, P010
+    // R16 + R16G16; RGBA8, BGRA8 and RGBA16 one view and views[1] null.
+    static bool createID3D11ShaderResourceView(ID3D11Manager* manager, ID3D11Texture2D* texture, long long arraySlice,
+                                               ID3D11ShaderResourceView* views[2]);
+    static bool createID3D11UnorderedAccessView(ID3D11Manager* manager, ID3D11Texture2D* texture,
+                                                long long arraySlice, ID3D11UnorderedAccessView* views[2]);
+    // A dynamic constant buffer holding `size` bytes of `data` (size a multiple of 16).
+    static bool createBuffer(ID3D11Manager* manager, void* data, unsigned long long size, ID3D11Buffer** buffer);
+    // Compiles HLSL `source` for target cs_5_0 (once per entry point per
+    // process) and makes the shader object on the manager's device.
+    static bool createID3D11ComputeShader(ID3D11Manager* manager, const char* source, unsigned long long sourceLength,
+                                          const std::string& entryPoint, ID3D11ComputeShader** shader);
+    static bool createID3D11EventQuery(ID3D11Manager* manager, ID3D11Query** query);
+    // Polls the query until it signals (true) or `timeoutMs` milliseconds pass (false).
+    static bool queryID3D11GetDataWithTimeout(ID3D11Manager* manager, ID3D11Query* query, unsigned long timeoutMs);
+
+    // Queue a copy of a whole subresource; false when the formats differ.
+    static bool copyID3D11Texture2D(ID3D11Manager* manager, ID3D11Texture2D* dst, int dstSubresource,
+                                    ID3D11Texture2D* src, int srcSubresource);
+    // Both copy `src` into `dst` (the texture named second into the one named fourth).
+    static bool readDataFromID3D11Texture2D(ID3D11Manager* manager, ID3D11Texture2D* src, int srcSubresource,
+                                            ID3D11Texture2D* dst, int dstSubresource);
+    static bool writeDataToID3D11Texture2D(ID3D11Manager* manager, ID3D11Texture2D* src, int srcSubresource,
+                                           ID3D11Texture2D* dst, int dstSubresource);
+
+    // Rows between CPU memory (`stride` bytes apart) and a staging texture of
+    // exactly width x height; NV12 moves its luma and chroma rows.
+    static bool readDataFromStagingID3D11Texture2D(ID3D11Manager* manager, unsigned char* dst, int dstStride,
+                                                   int width, int height, ID3D11Texture2D* staging, int subresource);
+    static bool writeDataToStagingID3D11Texture2D(ID3D11Manager* manager, ID3D11Texture2D* staging, int subresource,
+                                                  const unsigned char* src, int srcStride, int width, int height);
+    // Packed RGB to and from an R8G8B8A8 staging texture (alpha written as 255, dropped on reading).
+    static bool readRGBDataFromRGBAStagingID3D11Texture2D(ID3D11Manager* manager, unsigned char* dst, int dstStride,
+                                                          int width, int height, ID3D11Texture2D* staging,
+                                                          int subresource);
+    static bool writeRGBDataToRGBAStagingID3D11Texture2D(ID3D11Manager* manager, ID3D11Texture2D* staging,
+                                                         int subresource, const unsigned char* src, int srcStride,
+                                                         int width, int height);
+};
 
 // 64-byte-aligned memory for SIMD buffers.
 class KRO_API KROXSimd {
