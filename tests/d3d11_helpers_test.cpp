@@ -441,7 +441,7 @@ void kroTestFill(uint3 id : SV_DispatchThreadID) {
 }  // namespace
 
 TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
-    const int width = 38, height = 22, seed = 5;  // 8 x 4 groups: the last column and row are partial
+    const int width = 38, height = 22;  // 8 x 4 groups: the last column and row are partial
     ID3D11ComputeShader* shader = nullptr;
     ASSERT_TRUE(KRODirectX::createID3D11ComputeShader(manager_, kFillProgram, sizeof(kFillProgram) - 1, "kroTestFill",
                                                       &shader));
@@ -465,56 +465,71 @@ TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
     ASSERT_TRUE(KRODirectX::createID3D11ShaderResourceView(manager_, source, 0, srv));
     ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, rgba, 0, rgbaViews));
     ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, nv12, 0, nv12Views));
-    int32_t params[4] = {width, height, seed, 0};
-    ID3D11Buffer* constants = nullptr;
-    ASSERT_TRUE(KRODirectX::createBuffer(manager_, params, sizeof(params), &constants));
-
     ID3D11DeviceContext* context = manager_->context;
-    ID3D11UnorderedAccessView* uavs[3] = {rgbaViews[0], nv12Views[0], nv12Views[1]};
-    context->CSSetShader(shader, nullptr, 0);
-    context->CSSetShaderResources(0, 2, srv);
-    context->CSSetUnorderedAccessViews(0, 3, uavs, nullptr);
-    context->CSSetConstantBuffers(0, 1, &constants);
-    context->Dispatch((width + 7) / 8, (height + 3) / 4, 1);
-    // The views and buffer can go at once: the recorded work keeps what it uses.
-    for (auto* v : {rgbaViews[0], nv12Views[0], nv12Views[1]}) v->Release();
-    srv[0]->Release();
-    constants->Release();
-    ID3D11UnorderedAccessView* none[3] = {};
-    context->CSSetUnorderedAccessViews(0, 3, none, nullptr);
-
-    ID3D11Query* query = nullptr;
-    ASSERT_TRUE(KRODirectX::createID3D11EventQuery(manager_, &query));
-    context->End(query);
-    context->Flush();
-    EXPECT_TRUE(KRODirectX::queryID3D11GetDataWithTimeout(manager_, query, 10000));
-    query->Release();
-
-    ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, rgba, 0, rgbaStaging, 0));
-    ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, nv12, 0, nv12Staging, 0));
+    auto run = [&](int seed, ID3D11ShaderResourceView* const* textures, ID3D11UnorderedAccessView* const* uavs) {
+        int32_t params[4] = {width, height, seed, 0};
+        ID3D11Buffer* constants = nullptr;
+        ASSERT_TRUE(KRODirectX::createBuffer(manager_, params, sizeof(params), &constants));
+        context->CSSetShader(shader, nullptr, 0);
+        context->CSSetShaderResources(0, 2, textures);
+        context->CSSetUnorderedAccessViews(0, 3, uavs, nullptr);
+        context->CSSetConstantBuffers(0, 1, &constants);
+        context->Dispatch((width + 7) / 8, (height + 3) / 4, 1);
+        // The buffer can go at once: the recorded work keeps what it uses.
+        constants->Release();
+        ID3D11Query* query = nullptr;
+        ASSERT_TRUE(KRODirectX::createID3D11EventQuery(manager_, &query));
+        context->End(query);
+        context->Flush();
+        EXPECT_TRUE(KRODirectX::queryID3D11GetDataWithTimeout(manager_, query, 10000));
+        query->Release();
+    };
     std::vector<unsigned char> rgbaOut(size_t(width) * height * 4);
     std::vector<unsigned char> nv12Out(size_t(width) * height * 3 / 2);
-    ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, rgbaOut.data(), width * 4, width, height,
-                                                               rgbaStaging, 0));
-    ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, nv12Out.data(), width, width, height,
-                                                               nv12Staging, 0));
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const size_t i = (size_t(y) * width + x) * 4;
-            ASSERT_EQ(rgbaOut[i], (x * 7 + y + seed) % 256) << x << "," << y;
-            ASSERT_EQ(rgbaOut[i + 1], sourcePixels[i + 1]) << x << "," << y;
-            ASSERT_EQ(rgbaOut[i + 2], sourcePixels[i + 2]) << x << "," << y;
-            ASSERT_EQ(rgbaOut[i + 3], 255);
-            ASSERT_EQ(nv12Out[size_t(y) * width + x], (x + 3 * y) % 256) << x << "," << y;
+    auto readBack = [&] {
+        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, rgba, 0, rgbaStaging, 0));
+        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, nv12, 0, nv12Staging, 0));
+        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, rgbaOut.data(), width * 4, width,
+                                                                   height, rgbaStaging, 0));
+        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, nv12Out.data(), width, width, height,
+                                                                   nv12Staging, 0));
+    };
+    auto check = [&](int seed, bool withSource) {
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                const size_t i = (size_t(y) * width + x) * 4;
+                ASSERT_EQ(rgbaOut[i], (x * 7 + y + seed) % 256) << x << "," << y;
+                ASSERT_EQ(rgbaOut[i + 1], withSource ? sourcePixels[i + 1] : 0) << x << "," << y;
+                ASSERT_EQ(rgbaOut[i + 2], withSource ? sourcePixels[i + 2] : 0) << x << "," << y;
+                ASSERT_EQ(rgbaOut[i + 3], 255);
+                ASSERT_EQ(nv12Out[size_t(y) * width + x], (x + 3 * y) % 256) << x << "," << y;
+            }
         }
-    }
-    for (int cy = 0; cy < height / 2; ++cy) {
-        for (int cx = 0; cx < width / 2; ++cx) {
-            const size_t i = size_t(height + cy) * width + 2 * cx;
-            ASSERT_EQ(nv12Out[i], cx) << cx << "," << cy;
-            ASSERT_EQ(nv12Out[i + 1], cy + 100) << cx << "," << cy;
+        for (int cy = 0; cy < height / 2; ++cy) {
+            for (int cx = 0; cx < width / 2; ++cx) {
+                const size_t i = size_t(height + cy) * width + 2 * cx;
+                ASSERT_EQ(nv12Out[i], cx) << cx << "," << cy;
+                ASSERT_EQ(nv12Out[i + 1], cy + 100) << cx << "," << cy;
+            }
         }
-    }
+    };
+
+    ID3D11UnorderedAccessView* all[3] = {rgbaViews[0], nv12Views[0], nv12Views[1]};
+    run(5, srv, all);
+    readBack();
+    check(5, true);
+    // Empty slots: the texture reads as zeros, the NV12 stores are dropped
+    // (the planes keep the first run's values).
+    ID3D11ShaderResourceView* noTextures[2] = {};
+    ID3D11UnorderedAccessView* rgbaOnly[3] = {rgbaViews[0], nullptr, nullptr};
+    run(9, noTextures, rgbaOnly);
+    readBack();
+    check(9, false);
+
+    ID3D11UnorderedAccessView* none[3] = {};
+    context->CSSetUnorderedAccessViews(0, 3, none, nullptr);
+    for (auto* v : {rgbaViews[0], nv12Views[0], nv12Views[1]}) v->Release();
+    srv[0]->Release();
     shader->Release();
     for (ID3D11Texture2D* t : {source, rgba, nv12, rgbaStaging, nv12Staging}) t->Release();
 }

@@ -182,10 +182,15 @@ bool Gpu::createLayouts() {
 
 bool Gpu::createEmptyResources() {
     const VkImageUsageFlags usages[2] = {VK_IMAGE_USAGE_SAMPLED_BIT, VK_IMAGE_USAGE_STORAGE_BIT};
+    // Reads of the texture stand-in give (0, 0, 0, 0), so it has four
+    // channels. Stores need at least as many components as the view's format
+    // has, and programs store scalars too, so the UAV stand-in has one
+    // channel (R32_SFLOAT: every Vulkan device can store to it).
+    const VkFormat formats[2] = {VK_FORMAT_R8G8B8A8_UNORM, VK_FORMAT_R32_SFLOAT};
     for (int i = 0; i < 2; ++i) {
         VkImageCreateInfo info{VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
         info.imageType = VK_IMAGE_TYPE_2D;
-        info.format = VK_FORMAT_R8G8B8A8_UNORM;
+        info.format = formats[i];
         info.extent = {1, 1, 1};
         info.mipLevels = 1;
         info.arrayLayers = 1;
