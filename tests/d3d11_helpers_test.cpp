@@ -10,6 +10,7 @@
 
 #include "KROColorFunctions.h"
 #include "d3d11/d3d11_headers.h"
+#include "d3d11/platform/layer_counters.h"
 
 using namespace KROCOLOR;
 
@@ -227,6 +228,7 @@ TEST_F(D3D11Helpers, ShaderCompileErrorsAndBytecodeCache) {
     EXPECT_FALSE(KRODirectX::createID3D11ComputeShader(manager_, kTinyProgram, 1ULL << 40, "kroTinyTooLong", &shader));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "KRODirectX D3DCompile error: Unknown error.");
 
+    const uint64_t shadersBefore = kro_d3d11::layerCounters().of(kro_d3d11::ObjectKind::ComputeShader);
     ASSERT_TRUE(KRODirectX::createID3D11ComputeShader(manager_, kTinyProgram, sizeof(kTinyProgram) - 1, "kroTiny",
                                                       &shader));
     shader->Release();
@@ -237,6 +239,8 @@ TEST_F(D3D11Helpers, ShaderCompileErrorsAndBytecodeCache) {
                                                       &shader));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     shader->Release();
+    // Shader objects are made per call, from the cached bytecode.
+    EXPECT_EQ(kro_d3d11::layerCounters().of(kro_d3d11::ObjectKind::ComputeShader), shadersBefore + 2);
     // The failed compilation stored nothing.
     testing::internal::CaptureStdout();
     EXPECT_FALSE(KRODirectX::createID3D11ComputeShader(manager_, kBrokenProgram, sizeof(kBrokenProgram) - 1,

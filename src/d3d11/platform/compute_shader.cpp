@@ -74,6 +74,7 @@ HRESULT Device::CreateComputeShader(const void* pShaderBytecode, SIZE_T Bytecode
     if (!ppComputeShader) return S_FALSE;
     ComputeShader* shader = new (std::nothrow) ComputeShader(this, std::move(state));
     if (!shader) return E_OUTOFMEMORY;
+    countCreated(ObjectKind::ComputeShader);
     *ppComputeShader = shader;
     return S_OK;
 }

@@ -11,6 +11,7 @@
 #include "d3d11/platform/com_object.h"
 #include "d3d11/platform/d3d11_api.h"
 #include "d3d11/platform/d3d11_formats.h"
+#include "d3d11/platform/layer_counters.h"
 #include "d3d11/platform/vulkan_gpu.h"
 
 namespace kro_d3d11 {

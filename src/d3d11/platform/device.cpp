@@ -29,6 +29,7 @@ HRESULT Device::CreateQuery(const D3D11_QUERY_DESC* pQueryDesc, ID3D11Query** pp
     if (!ppQuery) return S_FALSE;
     EventQuery* query = new (std::nothrow) EventQuery(this);
     if (!query) return E_OUTOFMEMORY;
+    countCreated(ObjectKind::Query);
     *ppQuery = query;
     return S_OK;
 }

@@ -128,6 +128,7 @@ HRESULT Device::CreateTexture2D(const D3D11_TEXTURE2D_DESC* pDesc, const D3D11_S
     }
     Texture* texture = new (std::nothrow) Texture(this, std::move(storage));
     if (!texture) return E_OUTOFMEMORY;
+    countCreated(ObjectKind::Texture);
     *ppTexture2D = texture;
     return S_OK;
 }
@@ -163,6 +164,7 @@ HRESULT Device::CreateBuffer(const D3D11_BUFFER_DESC* pDesc, const D3D11_SUBRESO
     if (pInitialData) std::memcpy(buffer->mapped, pInitialData->pSysMem, pDesc->ByteWidth);
     ConstantBuffer* object = new (std::nothrow) ConstantBuffer(this, *pDesc, std::move(buffer));
     if (!object) return E_OUTOFMEMORY;
+    countCreated(ObjectKind::Buffer);
     *ppBuffer = object;
     return S_OK;
 }
@@ -225,6 +227,7 @@ HRESULT createView(Device* device, ID3D11Resource* resource, const Desc* desc, U
     }
     auto* view = new (std::nothrow) TextureView<View, Desc>(device, texture, filled, std::move(state));
     if (!view) return E_OUTOFMEMORY;
+    countCreated(ObjectKind::View);
     *out = view;
     return S_OK;
 }
