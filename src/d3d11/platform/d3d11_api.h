@@ -2,6 +2,25 @@
 // names, values and signatures: devices, the immediate context, 2D textures,
 // constant buffers, shader-resource and unordered-access views, compute
 // shaders and event queries. Implemented on Vulkan (see vulkan_gpu.h).
+//
+// What is modelled, and what is refused with E_INVALIDARG:
+// - Textures: 2D, one mip level, any array size, one sample, default or
+//   staging usage, formats RGBA8, BGRA8, RGBA16, R8, R8G8, R16, R16G16, NV12
+//   and P010 (a pair of planes; views of format R8/R16 address the luma,
+//   R8G8/R16G16 the chroma). No initial data. Default textures start zeroed.
+// - Buffers: constant buffers only (size a multiple of 16, up to 64 KiB),
+//   filled from their initial data; they cannot be mapped.
+// - Views: Texture2D and Texture2DArray views of mip 0.
+// - Map: staging textures only. Rows are 256-byte aligned; the planes of a
+//   subresource follow one another, so NV12 chroma rows start at
+//   RowPitch x Height. Map waits for the GPU work that uses the texture.
+// - Compute state: slots b0-b13, t0-t15, u0-u7 (fewer if the device's limits
+//   are lower). Empty slots read as zeros and drop stores; loads outside a
+//   texture return zeros.
+// - Copies between default and staging textures in every direction (a
+//   region that does not fit the destination is cut to what fits). Invalid
+//   copies are dropped, as the Direct3D 11 runtime drops them.
+// - Queries: event queries; GetData without DONOTFLUSH submits pending work.
 #pragma once
 
 #include "d3d11/platform/dxgi_api.h"
