@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "KROColorFunctions.h"
@@ -250,6 +251,24 @@ TEST_F(D3D11Helpers, ShaderCompileErrorsAndBytecodeCache) {
     EXPECT_FALSE(KRODirectX::createID3D11ComputeShader(manager_, nullptr, 10, "kroTiny", &shader));
 }
 
+// Creation calls may come from any thread; the bytecode cache is shared.
+TEST_F(D3D11Helpers, ShadersCompiledOnSeveralThreads) {
+    const char program[] =
+        "RWTexture2D<unorm float> o : register(u1);\n"
+        "[numthreads(4,4,1)] void kroThreaded(uint3 id : SV_DispatchThreadID) { o[id.xy] = 0.5; }\n";
+    bool made[4] = {};
+    std::vector<std::thread> threads;
+    for (bool& ok : made) {
+        threads.emplace_back([&] {
+            ID3D11ComputeShader* shader = nullptr;
+            ok = KRODirectX::createID3D11ComputeShader(manager_, program, sizeof(program) - 1, "kroThreaded", &shader);
+            if (shader) shader->Release();
+        });
+    }
+    for (std::thread& t : threads) t.join();
+    for (bool ok : made) EXPECT_TRUE(ok);
+}
+
 TEST_F(D3D11Helpers, EventQueryBoundedWait) {
     ID3D11Query* query = nullptr;
     ASSERT_TRUE(KRODirectX::createID3D11EventQuery(manager_, &query));
@@ -263,6 +282,16 @@ TEST_F(D3D11Helpers, EventQueryBoundedWait) {
     EXPECT_EQ(manager_->context->GetData(query, &signalled, sizeof(signalled), 0), S_OK);
     EXPECT_EQ(signalled, TRUE);
     query->Release();
+
+    // Work recorded but not submitted: S_FALSE until a flush lets it run.
+    ID3D11Texture2D* a = KRODirectX::createID3D11Texture2D(manager_, 64, 64, DXGI_FORMAT_R8G8B8A8_UNORM);
+    ID3D11Texture2D* b = KRODirectX::createID3D11Texture2D(manager_, 64, 64, DXGI_FORMAT_R8G8B8A8_UNORM);
+    ASSERT_TRUE(a && b && KRODirectX::createID3D11EventQuery(manager_, &query));
+    ASSERT_TRUE(KRODirectX::copyID3D11Texture2D(manager_, b, 0, a, 0));
+    manager_->context->End(query);
+    EXPECT_EQ(manager_->context->GetData(query, nullptr, 0, D3D11_ASYNC_GETDATA_DONOTFLUSH), S_FALSE);
+    EXPECT_TRUE(KRODirectX::queryID3D11GetDataWithTimeout(manager_, query, 10000));
+    for (IUnknown* object : std::initializer_list<IUnknown*>{a, b, query}) object->Release();
     EXPECT_FALSE(KRODirectX::queryID3D11GetDataWithTimeout(manager_, nullptr, 0));
     EXPECT_FALSE(KRODirectX::createID3D11EventQuery(nullptr, &query));
     EXPECT_FALSE(KRODirectX::createID3D11EventQuery(manager_, nullptr));

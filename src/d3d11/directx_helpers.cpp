@@ -339,7 +339,10 @@ bool KRODirectX::createID3D11ComputeShader(ID3D11Manager* manager, const char* s
     {
         std::lock_guard<std::mutex> lock(shaderCacheMutex());
         auto it = shaderCache().find(entryPoint);
-        if (it != shaderCache().end()) code = it->second;
+        if (it != shaderCache().end()) {
+            code = it->second;
+            code->AddRef();  // a later insertion may replace and release it while we use it
+        }
     }
     if (!code) {
         ID3DBlob* errors = nullptr;
@@ -361,12 +364,16 @@ bool KRODirectX::createID3D11ComputeShader(ID3D11Manager* manager, const char* s
         }
         std::lock_guard<std::mutex> lock(shaderCacheMutex());
         ID3DBlob*& slot = shaderCache()[entryPoint];
-        // A blob another thread stored meanwhile is overwritten; it may still
-        // be in use there, so it is left alive rather than released.
+        // Another thread may have stored the same entry point meanwhile: the
+        // later insertion wins; users of the old blob hold their own reference.
+        if (slot) slot->Release();
         slot = code;
+        code->AddRef();
     }
-    if (FAILED(manager->device->CreateComputeShader(code->GetBufferPointer(), code->GetBufferSize(), nullptr,
-                                                    shader))) {
+    const bool made = SUCCEEDED(manager->device->CreateComputeShader(code->GetBufferPointer(), code->GetBufferSize(),
+                                                                     nullptr, shader));
+    code->Release();
+    if (!made) {
         std::printf("KRODirectX CreateComputeShader error.");
         return false;
     }
