@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The Direct3D 11 helpers are written once for Windows and for the Vulkan
 # layer used elsewhere: compile src/d3d11/ with MinGW-w64 against the real
-# d3d11.h, dxgi.h and d3dcompiler.h (syntax and types only; nothing is linked).
+# d3d11.h, dxgi.h and d3dcompiler.h (syntax and types only; nothing is linked),
+# and the public header by itself.
 # The posix thread model is the one whose C++ library has std::mutex.
 # Usage: scripts/ci.d/d3d11_mingw.sh [build-dir]
 set -euo pipefail
@@ -11,4 +12,7 @@ for source in "$root"/src/d3d11/*.cpp; do
   "$cxx" -std=c++17 -fsyntax-only -Wall -Wextra -Werror -DKRO_BUILDING_LIBRARY \
     -I"$root/include" -I"$root/src" "$source"
 done
-echo "src/d3d11 compiles against the Windows SDK headers"
+# The public header on its own, as a Windows host sees it.
+"$cxx" -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Werror -I"$root/include" \
+  "$root/tests/consumer/header_only.cpp"
+echo "src/d3d11 and the public header compile against the Windows SDK headers"
