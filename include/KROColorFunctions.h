@@ -589,6 +589,44 @@ public:
     static const double _NVIDIA_LOW_DriverVersion;
 };
 
+// Static OpenGL ES operations on the GL context current on the calling
+// thread (the host makes one current; nothing here creates or switches
+// contexts). GL objects are named by their integer names and belong to the
+// caller, who deletes them. Uploads and reads of RGBA16F textures and
+// strided uploads need an OpenGL ES 3.0 context. Messages go to standard
+// output; GL errors are printed, never turned into failures.
+class KRO_API KROOpenGL {
+public:
+    KROOpenGL& operator=(const KROOpenGL&) { return *this; }
+    KROOpenGL& operator=(KROOpenGL&&) noexcept { return *this; }
+
+    // Links an already compiled compute shader into a new program (the
+    // shader is neither detached nor deleted). False for shader 0 or a
+    // failed link, in which case no program is left behind.
+    static bool createComputeProgram(int shader, int* program);
+    // Compiles both zero-terminated sources and links them. False, with no
+    // shader or program object left behind, when either fails.
+    static bool createRenderProgram(const char* vertexSource, const char* fragmentSource, int* program);
+    // A 2D texture with clamp-to-edge wrapping and linear filtering, left
+    // bound to GL_TEXTURE_2D. Storage for GL_RGBA (6408), GL_RGBA16F (34842)
+    // or GL_RGB (6407); any other value gives a name without storage.
+    // 0 when no name could be generated.
+    static int createTexture2D(int width, int height, int internalFormat);
+    // Read the whole texture through a temporary framebuffer into rows
+    // packed without padding: 4 bytes per pixel, or 4 floats per pixel for
+    // the RGBA16 variant. The caller's framebuffer binding is restored.
+    // False for texture 0 or a null destination.
+    static bool readRGBADataFromTexture2D(int texture, int width, int height, void* destination);
+    static bool readRGBA16DataFromTexture2D(int texture, int width, int height, void* destination);
+    // Upload rows `stride` bytes apart (the row length is stride divided by
+    // the pixel size, rounded down) into the texture, left bound. RGBA: 4
+    // bytes per pixel; RGBA16: 4 floats per pixel; RGB: 3 bytes per pixel.
+    // False for texture 0 or a null source.
+    static bool writeRGBADataToTexture2D(void* source, int stride, int width, int height, int texture);
+    static bool writeRGBA16DataToTexture2D(void* source, int stride, int width, int height, int texture);
+    static bool writeRGBDataToTexture2D(void* source, int stride, int width, int height, int texture);
+};
+
 }  // namespace KROCOLOR
 
 #endif  // KRO_COLOR_FUNCTIONS_H

@@ -1,0 +1,456 @@
+// GLRenderContext on the headless context. Expected values come from the
+// transfer curves and primaries tables worked out here in double precision
+// (the render convertor's own curve set: transfers without a curve pass
+// values unchanged, pairs without a table keep their values); layout
+// stages through the CPU convertor are compared with that convertor run on
+// its own.
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "KROColorFunctions.h"
+#include "color/color_constants.h"
+#include "cpu/cpu_context.h"
+#include "gles/gl_render_context.h"
+#include "support/gles_fixture.h"
+#include "support/format_sweep.h"
+#include "support/frame_buffers.h"
+
+using namespace KROCOLOR;
+using KROCOLOR::test::FrameBuffers;
+using KROCOLOR::test::GLESTest;
+
+namespace {
+
+// ---- the curves, from their published formulas ------------------------
+double video(double x, bool eotf, double alpha, double beta, bool clampIt) {
+    double y = eotf ? (x < 4.5 * beta ? x / 4.5 : std::pow((x + alpha - 1) / alpha, 1 / 0.45))
+                    : (x < beta ? 4.5 * x : alpha * std::pow(x, 0.45) - (alpha - 1));
+    return clampIt ? std::fmin(std::fmax(y, 0.0), 1.0) : y;
+}
+double srgb(double x, bool eotf) {
+    const double y = eotf ? (x < 0.04045 ? x / 12.92 : std::pow((x + 0.055) / 1.055, 2.4))
+                          : (x < 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055);
+    return std::fmin(std::fmax(y, 0.0), 1.0);
+}
+// Generic curves; HLG and PQ are handled on whole pixels below.
+double curve(int transfer, double x, bool eotf) {
+    switch (transfer) {
+    case 1: return video(x, eotf, 1.099, 0.018, !eotf);
+    case 6: case 14: return video(x, eotf, 1.099, 0.018, false);
+    case 15: return video(x, eotf, 1.0993, 0.0181, false);
+    case 13: return srgb(x, eotf);
+    default: return x;  // no curve of its own here
+    }
+}
+constexpr double kHlgA = 0.17883277, kHlgB = 0.28466892, kHlgC = 0.55991073;
+constexpr double kM1 = 2610.0 / 16384, kM2 = 2523.0 / 4096 * 128, kC1 = 3424.0 / 4096, kC2 = 2413.0 / 4096 * 32,
+                 kC3 = 2392.0 / 4096 * 32;
+
+struct Rgba {
+    double c[4];
+};
+
+Rgba removeTransfer(Rgba p, int transfer, int dstTransfer, double peak) {
+    if (transfer == 18) {  // HLG at a nominal 203 cd/m2, black 0.005 cd/m2
+        const double gamma = 1.2 + 0.42 * std::log10(203.0 / 1000.0);
+        const double beta = std::sqrt(3 * std::pow(0.005 / 203.0, 1 / gamma));
+        double e[3];
+        for (int k = 0; k < 3; ++k) {
+            const double x = std::fmax(0.0, (1 - beta) * p.c[k] + beta);
+            e[k] = x > 0.5 ? (std::exp((x - kHlgC) / kHlgA) + kHlgB) / 12 : x * x / 3;
+        }
+        const double ys = 0.2627 * e[0] + 0.678 * e[1] + 0.0593 * e[2];
+        return {{std::pow(ys, gamma - 1) * e[0], std::pow(ys, gamma - 1) * e[1], std::pow(ys, gamma - 1) * e[2], 1}};
+    }
+    for (int k = 0; k < 3; ++k) {
+        if (transfer == 16) {
+            const double ratio = dstTransfer == 18 ? 10 : dstTransfer == 16 ? 10000 / peak : 20;
+            const double f = std::pow(p.c[k], 1 / kM2);
+            const double l = std::pow(std::fmax(0.0, f - kC1) / (kC2 - kC3 * f), 1 / kM1) * ratio;
+            p.c[k] = std::fmin(std::fmax(l, 0.0), 1.0);
+        } else {
+            p.c[k] = curve(transfer, p.c[k], true);
+        }
+    }
+    return p;
+}
+
+Rgba applyTransfer(Rgba p, int transfer, int srcTransfer) {
+    for (int k = 0; k < 3; ++k) {
+        const double x = p.c[k];
+        if (transfer == 18) {
+            p.c[k] = x > 1.0 / 12 ? kHlgA * std::log(12 * x - kHlgB) + kHlgC : std::sqrt(3 * x);
+        } else if (transfer == 16) {
+            const double f = std::pow(x * (srcTransfer == 16 || srcTransfer == 18 ? 0.1 : 0.05), kM1);
+            p.c[k] = std::fmin(std::pow((kC1 + kC2 * f) / (1 + kC3 * f), kM2), 1.0);
+        } else {
+            p.c[k] = curve(transfer, x, false);
+        }
+    }
+    return p;
+}
+
+struct Light {
+    int primaries, transfer;
+};
+struct ColourCase {
+    const char* name;
+    Light src, dst;
+    const Matrix3* matrix;  // the table this pair converts with
+    const char* peak;       // "src_max_luminance", or null
+};
+
+const ColourCase kCases[] = {
+    {"BT.709 to BT.2020", {1, 1}, {9, 14}, &kBT709ToBT2020, nullptr},
+    {"sRGB BT.601 to BT.709", {5, 13}, {1, 1}, &kBT601ToBT709, nullptr},
+    {"PQ mastered at 1000 keeps luminance", {9, 16}, {1, 16}, &kBT2020ToBT709, "1000"},
+    {"PQ at the default peak is a tenth as bright", {9, 16}, {1, 16}, &kBT2020ToBT709, nullptr},
+    {"PQ to SDR: 500 cd/m2 at 1, clamped above", {9, 16}, {9, 1}, &kIdentity, nullptr},
+    {"PQ to HLG", {9, 16}, {9, 18}, &kIdentity, nullptr},
+    {"HLG to SDR BT.709", {9, 18}, {1, 1}, &kBT2020ToBT709, nullptr},
+    {"SDR to HLG", {1, 1}, {9, 18}, &kBT709ToBT2020, nullptr},
+    {"SDR to PQ", {1, 1}, {9, 16}, &kBT709ToBT2020, nullptr},
+    {"DCI-P3 to Display P3", {11, 1}, {12, 1}, &kDCIP3toDisplayP3, nullptr},
+    {"Display P3 to BT.601 525", {12, 13}, {6, 6}, &kDisplayP3toBT601_525, nullptr},
+    {"Adobe RGB to BT.709", {23, 1}, {1, 13}, &kAdobeRGBtoBT709, nullptr},
+    {"BT.709 to Display P3: no table, curves only", {1, 1}, {12, 13}, &kIdentity, nullptr},
+    {"Adobe RGB to BT.2020: no table", {23, 1}, {9, 1}, &kIdentity, nullptr},
+    {"gamma 2.2 has no curve here", {1, 4}, {1, 1}, &kIdentity, nullptr},
+    {"BT.2020 12-bit to BT.601 525", {9, 15}, {6, 6}, &kBT2020ToBT601_525, nullptr},
+};
+
+// The result of the formulas, and the range it spans when every linear
+// channel moves by `slack` times the largest linear channel before the
+// destination curve. The shader's single-precision PQ EOTF loses about 1e-4
+// of relative precision to the cancellation in f - c1 (its relative error
+// is some hundred times that of pow), and the PQ OETF's infinite slope at
+// black turns such an error in a near-zero channel into several codes.
+struct Expected {
+    Rgba value, low, high;
+};
+Expected expectedPixel(const ColourCase& c, Rgba p, double slack = 0) {
+    const double peak = c.peak ? std::atof(c.peak) : 10000;
+    p = removeTransfer(p, c.src.transfer, c.dst.transfer, peak);
+    const double largest = std::fmax(p.c[0], std::fmax(p.c[1], p.c[2]));
+    Rgba q = p, lo = p, hi = p;
+    for (int k = 0; k < 3; ++k) {
+        double v = 0;
+        for (int j = 0; j < 3; ++j) v += static_cast<double>(c.matrix->m[k][j]) * p.c[j];
+        auto limit = [](double x) { return std::fmin(std::fmax(x, 0.0), 1.0); };
+        q.c[k] = limit(v);
+        lo.c[k] = limit(v - slack * largest);
+        hi.c[k] = limit(v + slack * largest);
+    }
+    return {applyTransfer(q, c.dst.transfer, c.src.transfer), applyTransfer(lo, c.dst.transfer, c.src.transfer),
+            applyTransfer(hi, c.dst.transfer, c.src.transfer)};
+}
+
+// One step of a half float (11 significant bits) at x. Drivers may round
+// floats to halves either way (llvmpipe truncates), so a stored value is
+// within one step of the float.
+double halfStep(double x) {
+    int e = 0;
+    std::frexp(x, &e);
+    return std::ldexp(1.0, std::max(e, -13) - 11);
+}
+double toHalf(double x) { return x == 0 ? 0 : std::nearbyint(x / halfStep(x)) * halfStep(x); }
+
+class GLRender : public GLESTest {
+protected:
+    // Converts host frames, descriptions taken from the case.
+    KROReturn run(GLRenderContext& gl, const FrameBuffers& in, FrameBuffers& out, Light s, Light d,
+                  const char* peak = nullptr) {
+        KROFrame src = in.frame(s.primaries, s.transfer, 1, 1), dst = out.frame(d.primaries, d.transfer, 1, 1);
+        gl.setMetaData(peak ? MetaData{{"src_max_luminance", peak}} : MetaData{});
+        return gl.convertColor(&src, &dst);
+    }
+};
+
+// RGBA8888 in and out for every colour case, with padded rows on both sides.
+TEST_F(GLRender, ColourCasesOnRgba8WithinOneCode) {
+    GLRenderContext gl(nullptr, nullptr);
+    for (const ColourCase& c : kCases) {
+        FrameBuffers in(kKRORGBA8888Format, 16, 4, 12), out(kKRORGBA8888Format, 16, 4, 8);
+        in.fillRandom(17);
+        out.fillRandom(5);
+        std::vector<uint8_t> before(out.plane(0), out.plane(0) + out.size(0));
+        ASSERT_EQ(run(gl, in, out, c.src, c.dst, c.peak), kKROSuccess) << c.name;
+        for (int y = 0; y < 4; ++y) {
+            for (int x = 0; x < 16; ++x) {
+                const uint8_t* s = in.plane(0) + y * in.stride(0) + x * 4;
+                const uint8_t* o = out.plane(0) + y * out.stride(0) + x * 4;
+                const double slack = c.src.transfer == 16 ? 1e-4 : 0;
+                const Expected e = expectedPixel(c, {{s[0] / 255.0, s[1] / 255.0, s[2] / 255.0, s[3] / 255.0}}, slack);
+                for (int k = 0; k < 4; ++k) {
+                    EXPECT_GE(o[k], std::lround(e.low.c[k] * 255) - 1) << c.name << " pixel " << x << "," << y;
+                    ASSERT_LE(o[k], std::lround(e.high.c[k] * 255) + 1) << c.name << " pixel " << x << "," << y;
+                }
+            }
+            // The destination's row padding is never written.
+            EXPECT_EQ(0, std::memcmp(out.plane(0) + y * out.stride(0) + 64, before.data() + y * out.stride(0) + 64, 8));
+        }
+    }
+}
+
+// RGBA16 through half-float textures: samples / 65535 are stored as halves,
+// converted, stored as halves again and read back times 65535, truncated.
+TEST_F(GLRender, Rgba16ThroughHalfFloatTextures) {
+    GLRenderContext gl(nullptr, nullptr);
+    for (const ColourCase* c : {&kCases[2], &kCases[0]}) {
+        FrameBuffers in(kKRORGBA16LEFormat, 5, 3, 6), out(kKRORGBA16LEFormat, 5, 3, 2);
+        in.fillRandom(3);
+        ASSERT_EQ(run(gl, in, out, c->src, c->dst, c->peak), kKROSuccess);
+        EXPECT_EQ(gl.ownedOutput().format, kKRORGBAFloat16Texture2DFormat);
+        for (int y = 0; y < 3; ++y)
+            for (int i = 0; i < 5 * 4; ++i) {  // all five pixels of each row
+                uint16_t s[4], o;
+                std::memcpy(s, in.plane(0) + y * in.stride(0) + (i / 4) * 8, 8);
+                std::memcpy(&o, out.plane(0) + y * out.stride(0) + i * 2, 2);
+                const Rgba p{{s[0] / 65535.0, s[1] / 65535.0, s[2] / 65535.0, s[3] / 65535.0}};
+                // Source and result are each stored as halves, within a
+                // step of the float: the expected range runs over the
+                // source box of one step per channel (its corners bound the
+                // monotonic curves and table rows), widened by a result
+                // step and the truncation.
+                const int k = i % 4;
+                double low = 2, high = -1;
+                for (int corner = 0; corner < 16; ++corner) {
+                    Rgba q = p;
+                    for (int j = 0; j < 4; ++j)
+                        q.c[j] = std::fmin(std::fmax(q.c[j] + (corner >> j & 1 ? 1 : -1) * halfStep(p.c[j]), 0.0), 1.0);
+                    const double v = expectedPixel(*c, q).value.c[k];
+                    low = std::fmin(low, v);
+                    high = std::fmax(high, v);
+                }
+                ASSERT_GE(o, std::floor((low - halfStep(low)) * 65535) - 1) << c->name << " " << y << "," << i;
+                ASSERT_LE(o, std::ceil((high + halfStep(high)) * 65535)) << c->name << " " << y << "," << i;
+            }
+    }
+}
+
+// Host sources of every layout: RGB and RGBA upload directly, RGBA16 as
+// floats, everything else through the CPU convertor's libswscale path into
+// RGBA8888. Equal light passes samples through the draw unchanged.
+TEST_F(GLRender, EveryHostSourceFormatReachesTheTexture) {
+    GLRenderContext gl(nullptr, nullptr);
+    for (int32_t f : test::cpuFormats()) {
+        FrameBuffers in(f, 6, 4, 4), out(kKRORGBA8888Format, 6, 4), expected(kKRORGBA8888Format, 6, 4);
+        in.fillRandom(static_cast<uint32_t>(f));
+        out.fillRandom(1);
+        expected.fillRandom(1);
+        const KROReturn result = run(gl, in, out, {1, 1}, {1, 1});
+        if (f == kKROCMYK8888Format) {  // no libswscale layout: refused, nothing written
+            EXPECT_EQ(result, kKROLoadGLES31FunctionError);
+            EXPECT_EQ(0, std::memcmp(out.plane(0), expected.plane(0), out.size(0)));
+            continue;
+        }
+        ASSERT_EQ(result, kKROSuccess) << f;
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 6; ++x)
+                for (int k = 0; k < 4; ++k) {
+                    const uint8_t* row = in.plane(0) + y * in.stride(0);
+                    int e;
+                    if (f == kKRORGB888Format) {  // rows of stride / 3 whole pixels
+                        e = k < 3 ? in.plane(0)[y * (in.stride(0) / 3 * 3) + x * 3 + k] : 255;
+                    } else if (f == kKRORGBA8888Format) {
+                        e = row[x * 4 + k];
+                    } else if (f == kKRORGBA16LEFormat) {
+                        uint16_t s;
+                        std::memcpy(&s, row + x * 8 + k * 2, 2);
+                        e = static_cast<int>(std::lround(toHalf(s / 65535.0) * 255));
+                    } else {
+                        if (x == 0 && y == 0 && k == 0) {
+                            CPUContext swscale;
+                            swscale.setUseSwscale(true);
+                            KROFrame s = in.frame(1, 1, 1, 1), d = expected.frame(1, 1, 1, 1);
+                            ASSERT_EQ(swscale.convertColor(&s, &d), kKROSuccess) << f;
+                        }
+                        e = expected.plane(0)[y * 24 + x * 4 + k];
+                    }
+                    ASSERT_NEAR(out.plane(0)[y * 24 + x * 4 + k], e, f == kKRORGBA16LEFormat ? 1 : 0)
+                        << f << " " << x << "," << y << "," << k;
+                }
+    }
+}
+
+// Host destinations other than RGBA8888 and RGBA16 are read back as RGBA8888
+// and laid out by the CPU convertor's libswscale path.
+TEST_F(GLRender, OtherHostDestinationsThroughTheCpuConvertor) {
+    GLRenderContext gl(nullptr, nullptr);
+    FrameBuffers in(kKRORGBA8888Format, 8, 6);
+    in.fillRandom(9);
+    for (int32_t f : {kKRONV12Format, kKROYUV444P10LEFormat, kKROBGRA8888Format, kKRORGB16LEFormat}) {
+        FrameBuffers out(f, 8, 6, 4), expected(f, 8, 6, 4);
+        out.fillRandom(2);
+        expected.fillRandom(2);
+        ASSERT_EQ(run(gl, in, out, {1, 1}, {1, 1}), kKROSuccess) << f;
+        CPUContext swscale;
+        swscale.setUseSwscale(true);
+        KROFrame s = in.frame(1, 1, 1, 1), d = expected.frame(1, 1, 1, 1);
+        ASSERT_EQ(swscale.convertColor(&s, &d), kKROSuccess);
+        for (int p = 0; p < out.planeCount(); ++p)
+            EXPECT_EQ(0, std::memcmp(out.plane(p), expected.plane(p), out.size(p))) << f << " plane " << p;
+    }
+}
+
+// One draw over the destination viewport samples the source bilinearly,
+// clamped at the edges. llvmpipe (like most GPUs) weighs 8-bit texels with
+// 8-bit fractions: at most one code of weight error between neighbours
+// that differ by up to 255, plus the final rounding, hence 2 codes.
+TEST_F(GLRender, ScalingIsOneBilinearDraw) {
+    GLRenderContext gl(nullptr, nullptr);
+    const struct {
+        int sw, sh, dw, dh;
+    } sizes[] = {{4, 2, 8, 4}, {4, 4, 2, 2}, {5, 3, 7, 2}, {3, 1, 11, 5}};
+    for (const auto& z : sizes) {
+        FrameBuffers in(kKRORGBA8888Format, z.sw, z.sh), out(kKRORGBA8888Format, z.dw, z.dh);
+        in.fillRandom(static_cast<uint32_t>(z.sw * 10 + z.dw));
+        ASSERT_EQ(run(gl, in, out, {1, 1}, {1, 1}), kKROSuccess);
+        auto texel = [&](int x, int y, int k) {
+            x = std::min(std::max(x, 0), z.sw - 1);
+            y = std::min(std::max(y, 0), z.sh - 1);
+            return in.plane(0)[y * z.sw * 4 + x * 4 + k] / 255.0;
+        };
+        for (int y = 0; y < z.dh; ++y)
+            for (int x = 0; x < z.dw; ++x) {
+                const double u = (x + 0.5) * z.sw / z.dw - 0.5, v = (y + 0.5) * z.sh / z.dh - 0.5;
+                const int x0 = static_cast<int>(std::floor(u)), y0 = static_cast<int>(std::floor(v));
+                const double fx = u - x0, fy = v - y0;
+                for (int k = 0; k < 4; ++k) {
+                    const double e = (1 - fy) * ((1 - fx) * texel(x0, y0, k) + fx * texel(x0 + 1, y0, k)) +
+                                     fy * ((1 - fx) * texel(x0, y0 + 1, k) + fx * texel(x0 + 1, y0 + 1, k));
+                    ASSERT_NEAR(out.plane(0)[y * z.dw * 4 + x * 4 + k], e * 255, 2)
+                        << z.sw << "x" << z.sh << "->" << z.dw << "x" << z.dh << " at " << x << "," << y;
+                }
+            }
+    }
+}
+
+// Texture descriptors are drawn directly; formats alone (201 to 202) do not
+// change samples. The host's GL state survives the call: program and source
+// texture stay bound, framebuffer and viewport come back.
+TEST_F(GLRender, TexturesDirectlyAndTheHostsStateAfterwards) {
+    GLRenderContext gl(nullptr, nullptr);
+    const int source = KROOpenGL::createTexture2D(3, 2, GL_RGBA);
+    const int target = KROOpenGL::createTexture2D(3, 2, GL_RGBA16F);
+    const uint8_t pixels[24] = {0, 51, 102, 153, 204, 255, 1, 2, 3, 4, 5, 6, 250, 128, 64, 32, 16, 8, 7, 77, 177, 0, 9, 99};
+    ASSERT_TRUE(KROOpenGL::writeRGBADataToTexture2D(const_cast<uint8_t*>(pixels), 12, 3, 2, source));
+    GLuint hostFb = 0;
+    glGenFramebuffers(1, &hostFb);
+    glBindFramebuffer(GL_FRAMEBUFFER, hostFb);
+    glViewport(3, 4, 50, 60);
+
+    KROFrame in, out;
+    in.width = out.width = 3;
+    in.height = out.height = 2;
+    in.format = kKRORGBA8888Texture2DFormat;
+    out.format = kKRORGBAFloat16Texture2DFormat;
+    in.primaries = out.primaries = 9;
+    in.transfer = out.transfer = 16;
+    in.planes[0] = reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(source));
+    out.planes[0] = reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(target));
+    ASSERT_EQ(gl.convertColor(&in, &out), kKROSuccess);
+
+    GLint program = 0, texture = 0, framebuffer = 0, viewport[4] = {};
+    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &texture);
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &framebuffer);
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    EXPECT_EQ(static_cast<unsigned>(program), gl.program());
+    EXPECT_EQ(texture, source);
+    EXPECT_EQ(static_cast<GLuint>(framebuffer), hostFb);
+    EXPECT_EQ(std::vector<GLint>(viewport, viewport + 4), (std::vector<GLint>{3, 4, 50, 60}));
+
+    float back[24];
+    ASSERT_TRUE(KROOpenGL::readRGBA16DataFromTexture2D(target, 3, 2, back));
+    for (int i = 0; i < 24; ++i) EXPECT_NEAR(back[i], pixels[i] / 255.0, halfStep(pixels[i] / 255.0)) << i;
+
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glDeleteFramebuffers(1, &hostFb);
+    GLuint names[2] = {static_cast<GLuint>(source), static_cast<GLuint>(target)};
+    glDeleteTextures(2, names);
+}
+
+// Once the first call made them, later calls of the same shape make no GL
+// objects; a destination of another size replaces only its texture.
+TEST_F(GLRender, SteadyStateMakesNoGlObjects) {
+    GLRenderContext gl(nullptr, nullptr);
+    FrameBuffers in(kKRONV12Format, 8, 4), out(kKRORGBA8888Format, 8, 4), wider(kKRORGBA8888Format, 10, 4);
+    in.fillRandom(4);
+    ASSERT_EQ(run(gl, in, out, {1, 1}, {9, 14}), kKROSuccess);
+    const unsigned names[] = {gl.program(), gl.framebuffer(), gl.vertexBuffer()};
+    const KROFrame input = gl.ownedInput(), output = gl.ownedOutput();
+    for (int i = 0; i < 3; ++i) ASSERT_EQ(run(gl, in, out, {1, 1}, {9, 14}), kKROSuccess);
+    EXPECT_EQ(names[0], gl.program());
+    EXPECT_EQ(names[1], gl.framebuffer());
+    EXPECT_EQ(names[2], gl.vertexBuffer());
+    EXPECT_EQ(input.planes[0], gl.ownedInput().planes[0]);
+    EXPECT_EQ(output.planes[0], gl.ownedOutput().planes[0]);
+    EXPECT_EQ(input.name, gl.ownedInput().name);
+    ASSERT_EQ(run(gl, in, wider, {1, 1}, {9, 14}), kKROSuccess);
+    EXPECT_EQ(input.name, gl.ownedInput().name);
+    EXPECT_NE(output.name, gl.ownedOutput().name);
+}
+
+// Bad descriptors: code 20, nothing written to host memory.
+TEST_F(GLRender, BadInputIsRefusedWithoutWriting) {
+    GLRenderContext gl(nullptr, nullptr);
+    FrameBuffers in(kKRORGBA8888Format, 4, 4), out(kKRORGBA8888Format, 4, 4);
+    in.fillRandom(1);
+    out.fillRandom(2);
+    const std::vector<uint8_t> before(out.plane(0), out.plane(0) + out.size(0));
+    KROFrame s = in.frame(1, 1), d = out.frame(9, 14);
+    KROFrame noPlane = s, noTexture = s, cuda = s, unknown = s;
+    noPlane.planes[0] = nullptr;
+    noTexture.format = kKRORGBA8888Texture2DFormat;
+    noTexture.planes[0] = nullptr;
+    cuda.format = 301;
+    unknown.format = 999;
+    EXPECT_EQ(gl.convertColor(nullptr, &d), kKROLoadGLES31FunctionError);
+    EXPECT_EQ(gl.convertColor(&s, nullptr), kKROLoadGLES31FunctionError);
+    for (const KROFrame* bad : {&noPlane, &noTexture, &cuda, &unknown})
+        EXPECT_EQ(gl.convertColor(bad, &d), kKROLoadGLES31FunctionError) << bad->format;
+    KROFrame texDst = d;
+    texDst.format = kKRORGB888Texture2DFormat;  // a texture name of 0
+    texDst.planes[0] = nullptr;
+    EXPECT_EQ(gl.convertColor(&s, &texDst), kKROLoadGLES31FunctionError);
+    EXPECT_EQ(0, std::memcmp(out.plane(0), before.data(), before.size()));
+}
+
+// Without a current context every GL call is a no-op: no texture name can
+// be made and the conversion fails cleanly.
+TEST_F(GLRender, WithoutACurrentContextTheConversionFails) {
+    ASSERT_TRUE(eglMakeCurrent(gl_->display(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT));
+    {
+        GLRenderContext gl(nullptr, nullptr);
+        FrameBuffers in(kKRORGBA8888Format, 4, 4), out(kKRORGBA8888Format, 4, 4);
+        in.fillRandom(1);
+        EXPECT_EQ(run(gl, in, out, {1, 1}, {9, 14}), kKROLoadGLES31FunctionError);
+    }
+    ASSERT_TRUE(gl_->makeCurrent());
+}
+
+// The public object reaches this convertor for OpenGL ES on both sides.
+TEST_F(GLRender, PublicObjectConvertsHostFramesOnGles) {
+    KROColorFunctions* kro = KROColorFunctions::create(16, 8, kKRONV12Format, 16, 8, kKRORGBA8888Format);
+    ASSERT_NE(kro, nullptr);
+    KROHWContext hw;
+    hw.srcType = hw.dstType = kKROHWTypeGLES;
+    ASSERT_EQ(kro->setHWContext(hw), kKROSuccess);
+    ASSERT_EQ(kro->setColorspaceDetails(kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709,
+                                        kColorRangeMpeg, kColorPrimariesBT709, kColorTransferBT709,
+                                        kColorMatrixBT709, kColorRangeMpeg),
+              kKROSuccess);
+    FrameBuffers in(kKRONV12Format, 16, 8), out(kKRORGBA8888Format, 16, 8), expected(kKRORGBA8888Format, 16, 8);
+    in.fillRandom(6);
+    ASSERT_EQ(kro->transcode(in.srcPlanes(), in.strides(), out.dstPlanes(), out.strides()), kKROSuccess);
+    CPUContext swscale;
+    swscale.setUseSwscale(true);
+    KROFrame s = in.frame(1, 1, 1, 1), d = expected.frame(1, 1, 1, 1);
+    ASSERT_EQ(swscale.convertColor(&s, &d), kKROSuccess);
+    EXPECT_EQ(0, std::memcmp(out.plane(0), expected.plane(0), out.size(0)));
+    delete kro;
+}
+
+}  // namespace
