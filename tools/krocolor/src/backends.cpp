@@ -7,6 +7,7 @@
 #include <KROColorFunctions.h>
 
 #include "cuda_frames.h"
+#include "gles_conversion.h"
 
 namespace krocolor {
 namespace {
@@ -17,7 +18,7 @@ const std::vector<BackendInfo> kBackends = {
     {"swscale", "sws ffmpeg", 1, false, "CPU convertor through FFmpeg's libswscale"},
     {"cuda", "nvidia", 4, false, "NVIDIA GPU through the CUDA driver"},
     {"d3d11", "directx", 5, true, "Direct3D 11 compute shader"},
-    {"gles", "opengl gl", 2, true, "OpenGL ES render pass"},
+    {"gles", "opengl gl", 2, false, "OpenGL ES render pass (headless EGL context)"},
 };
 
 }  // namespace
@@ -45,6 +46,10 @@ std::string backendUnavailableReason(const BackendInfo& backend) {
     using namespace KROCOLOR;
     if (backend.hwType == kKROHWTypeCUDA) return cudaUnavailableReason();
     if (backend.needsDevice) return "krocolor cannot open a " + std::string(backend.name) + " device yet";
+    if (backend.hwType == 2) {  // the probe below runs on krocolor's own context
+        const std::string why = makeGlesContextCurrent();
+        if (!why.empty()) return why;
+    }
     constexpr int kSide = 16;
     std::unique_ptr<KROColorFunctions> probe(
         KROColorFunctions::create(kSide, kSide, kKRORGBA8888Format, kSide, kSide, kKRORGBA8888Format));

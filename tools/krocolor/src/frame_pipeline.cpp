@@ -1,6 +1,7 @@
 #include "frame_pipeline.h"
 
 #include "cli_error.h"
+#include "gles_conversion.h"
 
 namespace krocolor {
 
@@ -56,6 +57,9 @@ FramePipeline::FramePipeline(const PipelineSettings& s) : settings_(s) {
     color_->setHWContext(cuda_ ? cuda_->hwContext() : contextFor(hwType));
     color_->setKeepSourceColor(s.keepSourceColor);
     for (const auto& kv : s.metadata) color_->setMetaData(kv.first.c_str(), kv.second.c_str());
+    // OpenGL ES converts texture to texture on krocolor's own context;
+    // color_ has checked the description, gles_ converts the frames.
+    if (hwType == 2) gles_.reset(new GlesConversion(s, w, h, sw, sh));
 
     outWidth_ = sw;
     outHeight_ = sh;
@@ -80,7 +84,9 @@ void FramePipeline::run(Image& in, Image& out) {
         source = &cropped_;
     }
     Image* target = rotate_ ? &converted_ : &out;
-    {
+    if (gles_) {
+        gles_->run(*source, *target);
+    } else {
         auto a = source->pointers();
         auto b = target->pointers();
         const KROReturn rc = cuda_ ? cuda_->convert(*color_, *source, *target)

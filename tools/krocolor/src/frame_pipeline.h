@@ -43,6 +43,8 @@ struct PipelineSettings {
     bool keepSourceColor = false;
 };
 
+class GlesConversion;
+
 class FramePipeline {
 public:
     explicit FramePipeline(const PipelineSettings& settings);  // throws CliError
@@ -61,6 +63,7 @@ private:
     std::unique_ptr<KROCOLOR::KROColorFunctions> color_;
     std::unique_ptr<CudaFrames> cuda_;  // --backend cuda: the colour step's device frames
     std::unique_ptr<KROCOLOR::KRORotateFunctions> rotate_;
+    std::unique_ptr<GlesConversion> gles_;  // --backend gles: replaces color_
     Image cropped_, converted_;
     int outWidth_ = 0, outHeight_ = 0;
 };
