@@ -3,6 +3,7 @@
 #include "api/backend_selection.h"
 #include "cpu/cpu_context.h"
 #include "cuda/cuda_context.h"
+#include "gles/gl_render_context.h"
 
 using namespace KROCOLOR;
 
@@ -10,7 +11,7 @@ namespace {
 
 void* handle(uintptr_t v) { return reinterpret_cast<void*>(v); }
 
-enum class Expect { Cpu, Swscale, Cuda, Code };
+enum class Expect { Cpu, Swscale, Cuda, Gles, Code };
 
 struct SelectionCase {
     const char* name;
@@ -46,12 +47,16 @@ TEST_P(BackendSelection, FirstMatchingRuleDecides) {
         EXPECT_NE(dynamic_cast<const CudaContext*>(chosen.convertor.get()), nullptr);
         return;
     }
+    if (c.expect == Expect::Gles) {
+        EXPECT_NE(dynamic_cast<const GLRenderContext*>(chosen.convertor.get()), nullptr);
+        return;
+    }
     auto* cpu = dynamic_cast<const CPUContext*>(chosen.convertor.get());
     ASSERT_NE(cpu, nullptr);
     EXPECT_EQ(cpu->usesSwscale(), c.expect == Expect::Swscale);
 }
 
-// Backends this build does not carry yet (Direct3D 11, OpenGL ES)
+// Backends this build does not carry yet (Direct3D 11)
 // answer kKROPlatformFormatNotSupported once their rule is reached; these
 // rows change when a backend lands.
 INSTANTIATE_TEST_SUITE_P(
@@ -76,7 +81,8 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{"d3d11_pair_cpu_types", 401, 402, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"gl_dst_rgb_texture", 201, 203, 2, 2, 1, 1, 1, 1, Expect::Code, kKROInputParamError},
         SelectionCase{"gl_dst_rgb_host", 201, 101, 2, 2, 1, 1, 1, 1, Expect::Code, kKROInputParamError},
-        SelectionCase{"gl_same_queue", 101, 201, 2, 2, 1, 5, 2, 5, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"gl_same_queue", 101, 201, 2, 2, 1, 5, 2, 5, Expect::Gles, kKROSuccess},
+        SelectionCase{"gl_same_handle", 202, 114, 2, 2, 1, 5, 1, 6, Expect::Gles, kKROSuccess},
         SelectionCase{"gl_nothing_shared", 101, 201, 2, 2, 1, 5, 2, 6, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"gl_cuda_format", 301, 201, 2, 2, 1, 1, 1, 1, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"other5_same", 501, 101, 3, 3, 1, 2, 1, 2, Expect::Code, kKROPlatformFormatNotSupported},

@@ -6,6 +6,7 @@
 // its own.
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "KROColorFunctions.h"
@@ -111,14 +112,42 @@ const ColourCase kCases[] = {
     {"HLG to SDR BT.709", {9, 18}, {1, 1}, &kBT2020ToBT709, nullptr},
     {"SDR to HLG", {1, 1}, {9, 18}, &kBT709ToBT2020, nullptr},
     {"SDR to PQ", {1, 1}, {9, 16}, &kBT709ToBT2020, nullptr},
-    {"DCI-P3 to Display P3", {11, 1}, {12, 1}, &kDCIP3toDisplayP3, nullptr},
-    {"Display P3 to BT.601 525", {12, 13}, {6, 6}, &kDisplayP3toBT601_525, nullptr},
-    {"Adobe RGB to BT.709", {23, 1}, {1, 13}, &kAdobeRGBtoBT709, nullptr},
-    {"BT.709 to Display P3: no table, curves only", {1, 1}, {12, 13}, &kIdentity, nullptr},
-    {"Adobe RGB to BT.2020: no table", {23, 1}, {9, 1}, &kIdentity, nullptr},
+    {"Display P3 to BT.601 525, sRGB to BT.601 curves", {12, 13}, {6, 6}, &kDisplayP3toBT601_525, nullptr},
     {"gamma 2.2 has no curve here", {1, 4}, {1, 1}, &kIdentity, nullptr},
     {"BT.2020 12-bit to BT.601 525", {9, 15}, {6, 6}, &kBT2020ToBT601_525, nullptr},
 };
+
+// The primaries pairs the render pass converts (BT.601 625 = 5, 525 = 6,
+// DCI-P3 = 11, Display P3 = 12, Adobe RGB = 23); every other pair of
+// kPrimaries, ProPhoto's and those into the P3s from BT.709, BT.601 and
+// BT.2020 included, keeps its values.
+const struct {
+    int src, dst;
+    const Matrix3* table;
+} kKnownPairs[] = {
+    {9, 1, &kBT2020ToBT709},      {9, 5, &kBT2020ToBT601},       {9, 6, &kBT2020ToBT601_525},
+    {5, 1, &kBT601ToBT709},       {5, 9, &kBT601ToBT2020},       {1, 6, &kBT709ToBT601_525},
+    {1, 5, &kBT709ToBT601},       {1, 9, &kBT709ToBT2020},       {6, 1, &kBT601_525toBT709},
+    {6, 9, &kBT601_525toBT2020},  {11, 6, &kDCIP3toBT601_525},   {11, 5, &kDCIP3toBT601},
+    {11, 1, &kDCIP3toBT709},      {11, 9, &kDCIP3toBT2020},      {11, 12, &kDCIP3toDisplayP3},
+    {12, 6, &kDisplayP3toBT601_525}, {12, 5, &kDisplayP3toBT601}, {12, 1, &kDisplayP3toBT709},
+    {12, 9, &kDisplayP3toBT2020}, {12, 11, &kDisplayP3toDCIP3},  {23, 1, &kAdobeRGBtoBT709},
+};
+constexpr int kPrimaries[] = {1, 5, 6, 9, 11, 12, 23, 24};
+
+// The curve cases, then every primaries pair with BT.709 curves on both sides.
+std::vector<ColourCase> allCases() {
+    std::vector<ColourCase> cases(std::begin(kCases), std::end(kCases));
+    for (int sp : kPrimaries)
+        for (int dp : kPrimaries) {
+            if (sp == dp) continue;
+            const Matrix3* table = &kIdentity;
+            for (const auto& k : kKnownPairs)
+                if (k.src == sp && k.dst == dp) table = k.table;
+            cases.push_back({"primaries pair", {sp, 1}, {dp, 1}, table, nullptr});
+        }
+    return cases;
+}
 
 // The result of the formulas, and the range it spans when every linear
 // channel moves by `slack` times the largest linear channel before the
@@ -170,7 +199,7 @@ protected:
 // RGBA8888 in and out for every colour case, with padded rows on both sides.
 TEST_F(GLRender, ColourCasesOnRgba8WithinOneCode) {
     GLRenderContext gl(nullptr, nullptr);
-    for (const ColourCase& c : kCases) {
+    for (const ColourCase& c : allCases()) {
         FrameBuffers in(kKRORGBA8888Format, 16, 4, 12), out(kKRORGBA8888Format, 16, 4, 8);
         in.fillRandom(17);
         out.fillRandom(5);
@@ -183,8 +212,8 @@ TEST_F(GLRender, ColourCasesOnRgba8WithinOneCode) {
                 const double slack = c.src.transfer == 16 ? 1e-4 : 0;
                 const Expected e = expectedPixel(c, {{s[0] / 255.0, s[1] / 255.0, s[2] / 255.0, s[3] / 255.0}}, slack);
                 for (int k = 0; k < 4; ++k) {
-                    EXPECT_GE(o[k], std::lround(e.low.c[k] * 255) - 1) << c.name << " pixel " << x << "," << y;
-                    ASSERT_LE(o[k], std::lround(e.high.c[k] * 255) + 1) << c.name << " pixel " << x << "," << y;
+                    ASSERT_GE(o[k], std::lround(e.low.c[k] * 255) - 1) << c.name << " " << c.src.primaries << "->" << c.dst.primaries << " at " << x << "," << y;
+                    ASSERT_LE(o[k], std::lround(e.high.c[k] * 255) + 1) << c.name << " " << c.src.primaries << "->" << c.dst.primaries << " at " << x << "," << y;
                 }
             }
             // The destination's row padding is never written.

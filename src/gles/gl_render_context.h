@@ -46,8 +46,9 @@ private:
     bool readBackFrame(const KROFrame& gpu, KROFrame& dst);
     static bool makeTextureFrame(KROFrame& frame, int32_t format, int width, int height);
 
-    void* hostHandle_;  // kept as given, not used: GL calls go to the current context
-    void* hostQueue_;
+    // Kept as the host gave them, not used: GL calls go to the current context.
+    [[maybe_unused]] void* hostHandle_;
+    [[maybe_unused]] void* hostQueue_;
     unsigned program_ = 0;
     unsigned framebuffer_ = 0;
     unsigned vertexBuffer_ = 0;

@@ -27,6 +27,6 @@ cmake --build "$lib" --target kro_internal -j"$(nproc)" >>"$lib.log" 2>&1 || { t
 mkdir -p "$build/fuzzers"
 # shellcheck disable=SC2046
 "$cxx" -std=c++17 $flags -fsanitize=fuzzer -ffp-contract=off -I"$root/include" -I"$root/src" \
-  "$root/tests/fuzz/$name.cpp" "$lib/libkro_internal.a" $(pkg-config --libs libswscale libavutil) -lpthread \
+  "$root/tests/fuzz/$name.cpp" "$lib/libkro_internal.a" $(pkg-config --libs libswscale libavutil egl glesv2) -lpthread \
   -o "$build/fuzzers/$name"
 echo "$build/fuzzers/$name"
