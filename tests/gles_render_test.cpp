@@ -422,6 +422,30 @@ TEST_F(GLRender, SteadyStateMakesNoGlObjects) {
     EXPECT_NE(output.name, gl.ownedOutput().name);
 }
 
+// A GL error the host left behind is reported at the draw's first check
+// (level "E", printed while the threshold is at most 5) and never fails it.
+TEST_F(GLRender, LeftoverGlErrorsAreReportedNotFatal) {
+    GLRenderContext gl(nullptr, nullptr);
+    const int a = KROOpenGL::createTexture2D(4, 4, GL_RGBA), b = KROOpenGL::createTexture2D(4, 4, GL_RGBA);
+    KROFrame in, out;
+    in.width = out.width = in.height = out.height = 4;
+    in.format = out.format = kKRORGBA8888Texture2DFormat;
+    in.planes[0] = reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(a));
+    out.planes[0] = reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(b));
+    for (int level : {4, 6}) {
+        GLRenderContext::logLevel = level;
+        glBindTexture(GL_RGBA, 0);  // GL_INVALID_ENUM
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(gl.convertColor(&in, &out), kKROSuccess);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  level > 5 ? "" : "E/KROColorFunctions: [KROCOLOR::GLRenderContext::runKernelFunction(694)]:> "
+                                   "GLRenderContext color transfer, glGetError 500\n");
+    }
+    GLRenderContext::logLevel = 4;
+    const GLuint names[] = {static_cast<GLuint>(a), static_cast<GLuint>(b)};
+    glDeleteTextures(2, names);
+}
+
 // Bad descriptors: code 20, nothing written to host memory.
 TEST_F(GLRender, BadInputIsRefusedWithoutWriting) {
     GLRenderContext gl(nullptr, nullptr);

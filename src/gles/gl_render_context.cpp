@@ -12,7 +12,7 @@
 
 namespace KROCOLOR {
 
-int logLevel = 4;
+int GLRenderContext::logLevel = 4;
 
 namespace {
 
@@ -31,7 +31,7 @@ constexpr GLfloat kQuadVertices[16] = {
 // step that raised it.
 void checkGLError(int line) {
     const GLenum error = glGetError();
-    if (error != GL_NO_ERROR && logLevel <= kErrorLevel)
+    if (error != GL_NO_ERROR && GLRenderContext::logLevel <= kErrorLevel)
         std::printf("%s/KROColorFunctions: [%s(%d)]:> GLRenderContext color transfer, glGetError %0x\n", "E",
                     "KROCOLOR::GLRenderContext::runKernelFunction", line, error);
 }

@@ -17,16 +17,17 @@
 
 namespace KROCOLOR {
 
-// Process-wide threshold of the draw's GL-error reports: a report of level
-// 5 ("E") prints while this is at most 5. Nothing in the library changes it.
-extern int logLevel;
-
 class GLRenderContext : public IConvertor {
 public:
     GLRenderContext(void* hostHandle, void* hostQueue) : hostHandle_(hostHandle), hostQueue_(hostQueue) {}
     ~GLRenderContext() override;
 
     KROReturn convertColor(const KROFrame* src, KROFrame* dst) override;
+
+    // Process-wide threshold of the draw's GL-error reports over the levels
+    // "All", "V", "D", "I", "W", "E", "F" (0-6): a report of level 5 ("E")
+    // prints while this is at most 5. Nothing in the library changes it.
+    static int logLevel;
 
     // Observability for tests: GL objects made so far and the texture frames
     // standing in for host frames.
