@@ -46,7 +46,7 @@ std::string backendUnavailableReason(const BackendInfo& backend) {
     using namespace KROCOLOR;
     if (backend.hwType == kKROHWTypeCUDA) return cudaUnavailableReason();
     if (backend.needsDevice) return "krocolor cannot open a " + std::string(backend.name) + " device yet";
-    if (backend.hwType == 2) {  // the probe below runs on krocolor's own context
+    if (backend.hwType == kKROHWTypeGLES) {  // the probe below runs on krocolor's own context
         const std::string why = makeGlesContextCurrent();
         if (!why.empty()) return why;
     }

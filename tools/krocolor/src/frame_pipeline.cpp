@@ -59,7 +59,7 @@ FramePipeline::FramePipeline(const PipelineSettings& s) : settings_(s) {
     for (const auto& kv : s.metadata) color_->setMetaData(kv.first.c_str(), kv.second.c_str());
     // OpenGL ES converts texture to texture on krocolor's own context;
     // color_ has checked the description, gles_ converts the frames.
-    if (hwType == 2) gles_.reset(new GlesConversion(s, w, h, sw, sh));
+    if (hwType == kKROHWTypeGLES) gles_.reset(new GlesConversion(s, w, h, sw, sh));
 
     outWidth_ = sw;
     outHeight_ = sh;

@@ -63,7 +63,7 @@ private:
     std::unique_ptr<KROCOLOR::KROColorFunctions> color_;
     std::unique_ptr<CudaFrames> cuda_;  // --backend cuda: the colour step's device frames
     std::unique_ptr<KROCOLOR::KRORotateFunctions> rotate_;
-    std::unique_ptr<GlesConversion> gles_;  // --backend gles: replaces color_
+    std::unique_ptr<GlesConversion> gles_;  // --backend gles: converts the frames in color_'s place
     Image cropped_, converted_;
     int outWidth_ = 0, outHeight_ = 0;
 };
