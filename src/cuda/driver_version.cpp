@@ -16,8 +16,10 @@
 #if defined(_WIN32)
 #include <comdef.h>
 #include <wbemidl.h>
+#if defined(_MSC_VER)  // other toolchains name these libraries at link time
 #pragma comment(lib, "wbemuuid.lib")
 #pragma comment(lib, "comsuppw.lib")
+#endif
 #else
 #include <dirent.h>
 #include <algorithm>
@@ -230,13 +232,25 @@ bool KROCuda::getNVIDIADriverVersion(double& out) {
             g_comSecurityInitialised = securityReady = true;
         }
     }
-    if (securityReady) result = queryWmi(found);
+    if (securityReady) {
+        try {
+            result = queryWmi(found);
+        } catch (...) {  // out of memory while reading names: version unknown
+            result = false;
+        }
+    }
     if (g_comInitialisedHere) {
         CoUninitialize();
         g_comInitialisedHere = false;
     }
 #else
-    result = cuda::readLinuxDriverVersion("/proc/driver/nvidia/version", "/sys/bus/pci/devices", found);
+    // The scan builds strings; running out of memory there means "unknown",
+    // never an exception out of an exported operation.
+    try {
+        result = cuda::readLinuxDriverVersion("/proc/driver/nvidia/version", "/sys/bus/pci/devices", found);
+    } catch (...) {
+        result = false;
+    }
 #endif
     if (result) _NVIDIA_DriverVersion = found;
     out = _NVIDIA_DriverVersion;
