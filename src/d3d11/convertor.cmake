@@ -11,3 +11,10 @@ add_custom_command(OUTPUT ${KRO_D3D11_PROGRAM_CPP}
   COMMENT "Embedding the Direct3D 11 compute program"
   VERBATIM)
 target_sources(kro_objects PRIVATE ${KRO_D3D11_PROGRAM_CPP})
+
+# The convertor needs Direct3D 11: the Windows SDK, or the library's layer on
+# Vulkan under platform/. Without either the selection keeps answering that
+# this build has no Direct3D 11 convertor.
+if(WIN32 OR EXISTS ${CMAKE_CURRENT_LIST_DIR}/platform)
+  target_compile_definitions(kro_objects PUBLIC KRO_HAVE_D3D11_CONVERTOR=1)
+endif()

@@ -1,6 +1,7 @@
-// This build carries no Direct3D 11 convertor yet: the selection reaches this factory
-// and fails with a clear code instead of converting on the wrong device. The
-// backend's own convertor replaces this file.
+// A build with neither the Windows SDK nor the Vulkan layer carries no
+// Direct3D 11 convertor: the selection reaches this factory and fails with a
+// clear code instead of converting on the wrong device.
+#if !defined(_WIN32) && !KRO_HAVE_D3D11_CONVERTOR
 #include "core/convertor.h"
 
 namespace KROCOLOR {
@@ -11,3 +12,4 @@ std::unique_ptr<IConvertor> createD3D11Convertor(void*, void*, KROReturn& error)
 }
 
 }  // namespace KROCOLOR
+#endif  // !_WIN32 && !KRO_HAVE_D3D11_CONVERTOR
