@@ -1,0 +1,315 @@
+// The Direct3D 11 convertor through the public API, on the device the Vulkan
+// layer finds (lavapipe in CI), against the compute program's formulas worked
+// out independently (support/d3d11_program_model) and, for the CPU layout
+// steps of host frames, against the scalar CPU convertor.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "KROColorFunctions.h"
+
+#if KRO_HAVE_D3D11_CONVERTOR
+
+#include "cpu/cpu_context.h"
+#include "d3d11/d3d11_context.h"
+#include "support/d3d11_backend.h"
+#include "support/d3d11_program_model.h"
+#include "support/format_sweep.h"
+
+using namespace KROCOLOR;
+using namespace KROCOLOR::test;
+
+namespace {
+
+struct Colour {
+    int32_t primaries, transfer, matrix, range;
+};
+struct ColourCase {
+    const char* name;
+    Colour src, dst;
+};
+
+const ColourCase kColourCases[] = {
+    {"identical descriptions", {1, 1, 1, 1}, {1, 1, 1, 1}},
+    {"BT709 limited to full range", {1, 1, 1, 1}, {1, 1, 1, 2}},
+    {"BT601 to BT709", {5, 6, 5, 1}, {1, 1, 1, 1}},
+    {"BT2020 PQ read as BT709-coded", {9, 16, 9, 1}, {1, 1, 1, 2}},
+    {"HLG to BT709", {9, 18, 9, 1}, {1, 1, 1, 2}},
+    {"BT709 to HLG", {1, 1, 1, 2}, {9, 18, 9, 1}},
+    {"Adobe RGB gamma 2.2 to BT709", {23, 4, 1, 2}, {1, 1, 1, 1}},
+    {"sRGB to BT601 525", {1, 13, 1, 2}, {6, 6, 6, 1}},
+    {"xvYCC to BT2020 constant luminance 12-bit", {1, 11, 1, 1}, {9, 15, 10, 2}},
+    {"BT2020 constant luminance to YCgCo", {9, 14, 10, 1}, {5, 5, 8, 2}},
+};
+constexpr int kColourCaseCount = sizeof(kColourCases) / sizeof(kColourCases[0]);
+const int32_t kTextureFormats[] = {401, 402, 403, 404, 406};
+
+D3D11Backend& device() { return d3d11Backend(); }
+
+#define REQUIRE_DEVICE()                                                                          \
+    do {                                                                                          \
+        if (!device().unavailable().empty()) GTEST_SKIP() << device().unavailable();               \
+    } while (0)
+
+SideDescription side(int32_t format, int w, int h, const Colour& c) {
+    return {format, w, h, c.primaries, c.transfer, c.matrix, c.range};
+}
+ProgramDescription program(int32_t format, const Colour& c) {
+    return {format, c.range, c.primaries, c.transfer, c.matrix};
+}
+
+// The program's result for texture formats: a colour pass at the source
+// size and, when the sizes differ, the scaling pass.
+void expectProgram(const FrameBuffers& in, int32_t sf, const Colour& s, FrameBuffers& out, int32_t df,
+                   const Colour& d) {
+    if (in.width() == out.width() && in.height() == out.height()) {
+        modelColorPass(in, program(sf, s), out, program(df, d));
+        return;
+    }
+    FrameBuffers between(textureTwin(df), in.width(), in.height());
+    modelColorPass(in, program(sf, s), between, program(df, d));
+    modelScalePass(between, out, df, d.range);
+}
+
+struct Geometry {
+    int sw, sh, dw, dh;
+};
+// Partial thread groups on both axes (38 x 22 against 32 x 16), halving-ish
+// reduction and enlargement; even sizes, as NV12 and P010 textures need.
+const Geometry kGeometries[] = {{38, 22, 38, 22}, {38, 22, 20, 12}, {38, 22, 70, 34}};
+
+TEST(D3D11Convertor, TexturePairsAgreeWithTheProgramFormulas) {
+    REQUIRE_DEVICE();
+    int caseIndex = 0;
+    uint32_t seed = 11;
+    for (int32_t sf : kTextureFormats)
+        for (int32_t df : kTextureFormats)
+            for (const Geometry& g : kGeometries) {
+                const ColourCase& c = kColourCases[caseIndex++ % kColourCaseCount];
+                FrameBuffers in(textureTwin(sf), g.sw, g.sh), out(textureTwin(df), g.dw, g.dh),
+                    expected(textureTwin(df), g.dw, g.dh);
+                in.fillRandom(seed++);
+                out.fillRandom(seed++);
+                ASSERT_EQ(runGpuConversion(device(), side(sf, g.sw, g.sh, c.src), in, side(df, g.dw, g.dh, c.dst), out),
+                          kKROSuccess);
+                expectProgram(in, sf, c.src, expected, df, c.dst);
+                EXPECT_LE(largestTextureCodeDifference(out, expected, df), 1)
+                    << c.name << ": " << sf << " " << g.sw << "x" << g.sh << " -> " << df << " " << g.dw << "x" << g.dh;
+            }
+}
+
+// Curve and primaries selection on 16-bit RGBA input: every transfer of the
+// program's table into BT.709 and every primaries pair it knows (and two it
+// does not). A changed description forces alpha to 1.
+TEST(D3D11Convertor, CurvesAndPrimariesFollowTheProgramsOwnChoice) {
+    REQUIRE_DEVICE();
+    std::vector<ColourCase> cases;
+    for (int32_t t : {0, 1, 4, 5, 6, 8, 11, 13, 14, 15, 16, 17, 18, 19, 100})
+        cases.push_back({"transfer into BT.709", {1, t, 0, 2}, {1, t == 1 ? 6 : 1, 0, 2}});
+    const int32_t pairs[][2] = {{9, 1}, {9, 5}, {9, 6}, {5, 1}, {5, 9}, {1, 6},
+                                {1, 5}, {1, 9}, {6, 1}, {6, 9}, {23, 1}, {12, 1}, {1, 23}};
+    for (const auto& p : pairs) cases.push_back({"primaries pair", {p[0], 1, 0, 2}, {p[1], 1, 0, 2}});
+    uint32_t seed = 500;
+    for (const ColourCase& c : cases)
+        for (int32_t df : {401, 406}) {
+            FrameBuffers in(kKRORGBA16LEFormat, 40, 18), out(textureTwin(df), 40, 18), expected(textureTwin(df), 40, 18);
+            in.fillRandom(seed++);
+            ASSERT_EQ(runGpuConversion(device(), side(406, 40, 18, c.src), in, side(df, 40, 18, c.dst), out), kKROSuccess);
+            expectProgram(in, 406, c.src, expected, df, c.dst);
+            EXPECT_LE(largestTextureCodeDifference(out, expected, df), 1)
+                << c.name << " " << c.src.primaries << "/" << c.src.transfer << " -> " << c.dst.primaries << "/"
+                << c.dst.transfer << " into " << df;
+            if (df == 401)
+                for (int i = 0; i < 40 * 18; ++i) ASSERT_EQ(out.plane(0)[i * 4 + 3], 255) << c.name;
+        }
+}
+
+// Identical descriptions still normalise and quantise again: an NV12 luma of
+// 10 comes back as 16, and a P010 black written as c * 64 comes back as the
+// word of code 64 that the unorm view makes, round(64 * 65535 / 1023).
+TEST(D3D11Convertor, IdenticalDescriptionsRequantise) {
+    REQUIRE_DEVICE();
+    const Colour limited{1, 1, 1, 1};
+    FrameBuffers nv12(kKRONV12Format, 34, 18), nv12Out(kKRONV12Format, 34, 18);
+    std::memset(nv12.plane(0), 10, nv12.size(0));
+    std::memset(nv12.plane(1), 128, nv12.size(1));
+    ASSERT_EQ(runGpuConversion(device(), side(403, 34, 18, limited), nv12, side(403, 34, 18, limited), nv12Out),
+              kKROSuccess);
+    EXPECT_TRUE(std::all_of(nv12Out.plane(0), nv12Out.plane(0) + nv12Out.size(0), [](uint8_t y) { return y == 16; }));
+
+    FrameBuffers p010(kKRONV1210LEFormat, 34, 18), p010Out(kKRONV1210LEFormat, 34, 18);
+    for (int p = 0; p < 2; ++p)
+        for (size_t i = 0; i < p010.size(p); i += 2) {
+            const int word = (p == 0 ? 10 : 512) << 6;
+            p010.plane(p)[i] = uint8_t(word & 0xff);
+            p010.plane(p)[i + 1] = uint8_t(word >> 8);
+        }
+    ASSERT_EQ(runGpuConversion(device(), side(404, 34, 18, limited), p010, side(404, 34, 18, limited), p010Out),
+              kKROSuccess);
+    const int black = int(std::lround(64 * 65535.0 / 1023.0));  // 4100, where 64 << 6 would be 4096
+    for (size_t i = 0; i < p010Out.size(0); i += 2)
+        ASSERT_EQ(p010Out.plane(0)[i] | p010Out.plane(0)[i + 1] << 8, black);
+}
+
+// Host frames of every format meet textures through the CPU layout step
+// (libswscale into RGBA8888 and back). Its own precision, not the GPU's,
+// bounds the agreement with the scalar CPU convertor here.
+constexpr int kLayoutTolerance = 2;
+
+TEST(D3D11Convertor, HostFramesOfEveryFormatThroughTheStagingPaths) {
+    REQUIRE_DEVICE();
+    const Colour s{5, 6, 5, 1}, d{1, 1, 1, 2};
+    uint32_t seed = 900;
+    for (int32_t f : cpuFormats()) {
+        // Upload: host f -> texture 401.
+        FrameBuffers host(f, 18, 10), out(kKRORGBA8888Format, 18, 10), rgba(kKRORGBA8888Format, 18, 10),
+            expected(kKRORGBA8888Format, 18, 10);
+        host.fillRandom(seed++);
+        ASSERT_EQ(runGpuConversion(device(), side(f, 18, 10, s), host, side(401, 18, 10, d), out), kKROSuccess) << f;
+        KROFrame hf = host.frame(s.primaries, s.transfer, s.matrix, s.range);
+        KROFrame rf = rgba.frame(s.primaries, s.transfer, s.matrix, s.range);
+        ASSERT_EQ(CPUContext().convertColor(&hf, &rf), kKROSuccess);
+        modelColorPass(rgba, program(401, s), expected, program(401, d));
+        EXPECT_LE(largestTextureCodeDifference(out, expected, 401), kLayoutTolerance) << "upload of " << f;
+
+        // Read-back: texture 401 -> host f.
+        FrameBuffers texel(kKRORGBA8888Format, 18, 10), onGpu(kKRORGBA8888Format, 18, 10), back(f, 18, 10),
+            reference(f, 18, 10);
+        texel.fillRandom(seed++);
+        ASSERT_EQ(runGpuConversion(device(), side(401, 18, 10, s), texel, side(f, 18, 10, d), back), kKROSuccess) << f;
+        modelColorPass(texel, program(401, s), onGpu, program(401, d));
+        KROFrame gf = onGpu.frame(d.primaries, d.transfer, d.matrix, d.range);
+        KROFrame bf = reference.frame(d.primaries, d.transfer, d.matrix, d.range);
+        ASSERT_EQ(CPUContext().convertColor(&gf, &bf), kKROSuccess);
+        const FormatTraits& t = *formatTraits(f);
+        int worst = 0;
+        for (int p = 0; p < back.planeCount(); ++p)
+            for (size_t i = 0; i < back.size(p); i += t.bytesPerSample) {
+                int u = back.plane(p)[i], v = reference.plane(p)[i];
+                if (t.bytesPerSample == 2) {
+                    u = t.bigEndian ? (u << 8 | back.plane(p)[i + 1]) : (back.plane(p)[i + 1] << 8 | u);
+                    v = t.bigEndian ? (v << 8 | reference.plane(p)[i + 1]) : (reference.plane(p)[i + 1] << 8 | v);
+                    u >>= t.msbShift + (t.depth == 16 ? 8 : t.depth - 8);  // compared in 8-bit steps
+                    v >>= t.msbShift + (t.depth == 16 ? 8 : t.depth - 8);
+                }
+                worst = std::max(worst, std::abs(u - v));
+            }
+        EXPECT_LE(worst, kLayoutTolerance) << "read-back into " << f;
+    }
+}
+
+// Host to host with scaling through the direct staging formats.
+TEST(D3D11Convertor, DirectStagingFormatsHostToHost) {
+    REQUIRE_DEVICE();
+    const ColourCase& c = kColourCases[2];
+    uint32_t seed = 1300;
+    for (int32_t sf : {101, 102, 114})
+        for (int32_t df : {102, 114}) {
+            FrameBuffers host(sf, 38, 22), out(df, 19, 11), rgba(textureTwin(sf == 114 ? 406 : 401), 38, 22),
+                expected(df, 19, 11);
+            host.fillRandom(seed++);
+            // RGB888 travels as RGBA with alpha 255.
+            for (int i = 0; i < 38 * 22; ++i)
+                for (int k = 0; k < (sf == 114 ? 8 : 4); ++k)
+                    rgba.plane(0)[i * (sf == 114 ? 8 : 4) + k] =
+                        sf == 101 ? (k < 3 ? host.plane(0)[i * 3 + k] : 255) : host.plane(0)[i * (sf == 114 ? 8 : 4) + k];
+            ASSERT_EQ(runGpuConversion(device(), side(sf, 38, 22, c.src), host, side(df, 19, 11, c.dst), out), kKROSuccess);
+            expectProgram(rgba, sf == 114 ? 406 : 401, c.src, expected, df == 114 ? 406 : 401, c.dst);
+            EXPECT_LE(largestTextureCodeDifference(out, expected, df == 114 ? 406 : 401), 1) << sf << " -> " << df;
+        }
+}
+
+// The refusals: a null plane (2), a source texture without shader-resource
+// binding (15, checked before the destination), a destination without
+// unordered-access binding (16), format 405 that no view can address (17),
+// and a side the convertor cannot prepare (19). Nothing reaches host memory.
+TEST(D3D11Convertor, RefusalsLeaveTheDestinationUntouched) {
+    REQUIRE_DEVICE();
+    D3D11Backend& b = device();
+    ID3D11Texture2D* readable = b.createTexture(32, 16, DXGI_FORMAT_R8G8B8A8_UNORM);
+    ID3D11Texture2D* noShaderResource =
+        b.createTexture(32, 16, DXGI_FORMAT_R8G8B8A8_UNORM, D3D11_BIND_UNORDERED_ACCESS);
+    ID3D11Texture2D* noUnorderedAccess = b.createTexture(32, 16, DXGI_FORMAT_R8G8B8A8_UNORM, D3D11_BIND_SHADER_RESOURCE);
+    ASSERT_TRUE(readable && noShaderResource && noUnorderedAccess);
+    struct Case {
+        const char* name;
+        int32_t srcFormat;
+        ID3D11Texture2D* src;
+        int32_t dstFormat;
+        ID3D11Texture2D* dst;  // null: a host RGBA destination
+        KROReturn expected;
+    };
+    const Case cases[] = {
+        {"null source texture", 401, nullptr, 102, nullptr, kKROInputParamError},
+        {"source without shader-resource binding", 401, noShaderResource, 401, noUnorderedAccess,
+         kKROInputTextureBindError},
+        {"source without shader-resource binding, host destination", 401, noShaderResource, 102, nullptr,
+         kKROInputTextureBindError},
+        {"destination without unordered-access binding", 401, readable, 401, noUnorderedAccess,
+         kKROOutputTextureBindError},
+        {"format 405 source", 405, readable, 102, nullptr, kKRORunD3D11KernelError},
+        {"format 405 destination", 401, readable, 405, readable, kKRORunD3D11KernelError},
+    };
+    const KROHWContext context = b.context();
+    for (const Case& c : cases) {
+        std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(
+            32, 16, static_cast<KROPixelFormat>(c.srcFormat), 32, 16, static_cast<KROPixelFormat>(c.dstFormat)));
+        f->setHWContext(context);
+        FrameBuffers host(kKRORGBA8888Format, 32, 16);
+        host.fillRandom(7);
+        const std::vector<uint8_t> before(host.plane(0), host.plane(0) + host.size(0));
+        const uint8_t* src[4] = {reinterpret_cast<const uint8_t*>(c.src), nullptr, nullptr, nullptr};
+        uint8_t* texture[4] = {reinterpret_cast<uint8_t*>(c.dst), nullptr, nullptr, nullptr};
+        const int strides[4] = {0, 0, 0, 0};
+        EXPECT_EQ(f->transcode(src, strides, c.dst ? texture : host.dstPlanes(), c.dst ? strides : host.strides()),
+                  c.expected)
+            << c.name;
+        EXPECT_TRUE(std::equal(before.begin(), before.end(), host.plane(0))) << c.name;
+    }
+    readable->Release();
+    noShaderResource->Release();
+    noUnorderedAccess->Release();
+
+    // A side neither a texture nor a host frame cannot be prepared.
+    std::unique_ptr<D3D11Context> convertor = D3D11Context::create(b.manager()->device, b.manager()->context);
+    FrameBuffers host(kKRORGBA8888Format, 32, 16);
+    KROFrame cuda = host.frame(1, 1, 1, 1), dst = host.frame(1, 1, 1, 1);
+    cuda.format = kKRORGBA8888CUDAFormat;
+    EXPECT_EQ(convertor->convertColor(&cuda, &dst), kKROLoadD3D11FunctionError);
+}
+
+TEST(D3D11Convertor, ConvertingAgainMakesNoNewObjects) {
+    REQUIRE_DEVICE();
+    std::unique_ptr<D3D11Context> convertor =
+        D3D11Context::create(device().manager()->device, device().manager()->context);
+    ASSERT_TRUE(convertor);
+    FrameBuffers src(kKROYUV420PFormat, 40, 20), first(kKRONV12Format, 24, 12), second(kKRONV12Format, 24, 12);
+    src.fillRandom(3);
+    KROFrame s = src.frame(1, 1, 1, 1), d1 = first.frame(5, 6, 5, 2), d2 = second.frame(5, 6, 5, 2);
+    ASSERT_EQ(convertor->convertColor(&s, &d1), kKROSuccess);
+    const D3D11Context::Counts made = convertor->counts();
+    // Source, destination and intermediate textures; two shaders; the upload
+    // and read-back CPU convertors.
+    EXPECT_EQ(made.textureFrames, 3);
+    EXPECT_EQ(made.shaderObjects, 2);
+    EXPECT_EQ(made.cpuConvertors, 2);
+    ASSERT_EQ(convertor->convertColor(&s, &d2), kKROSuccess);
+    EXPECT_EQ(convertor->counts().textureFrames, made.textureFrames);
+    EXPECT_EQ(convertor->counts().shaderObjects, made.shaderObjects);
+    EXPECT_EQ(convertor->counts().cpuConvertors, made.cpuConvertors);
+    for (int p = 0; p < 2; ++p) EXPECT_EQ(std::memcmp(first.plane(p), second.plane(p), first.size(p)), 0);
+}
+
+}  // namespace
+
+#else
+
+TEST(D3D11Convertor, UnavailableInThisBuild) {
+    GTEST_SKIP() << "this build has no Direct3D 11 platform (neither Windows nor the Vulkan layer)";
+}
+
+#endif  // KRO_HAVE_D3D11_CONVERTOR

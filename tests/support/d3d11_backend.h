@@ -1,0 +1,55 @@
+// The Direct3D 11 row of the GPU test hook: a device made with KRODirectX
+// (on Linux the Vulkan layer, lavapipe in CI), textures made with
+// KRODirectX and filled or read through staging textures mapped directly.
+#pragma once
+
+#if KRO_HAVE_D3D11_CONVERTOR
+
+#include "d3d11/d3d11_api.h"
+#include "support/gpu_backend.h"
+
+namespace KROCOLOR {
+namespace test {
+
+class D3D11TextureFrame : public DeviceFrame {
+public:
+    explicit D3D11TextureFrame(ID3D11Texture2D* texture) { planes_[0] = reinterpret_cast<uint8_t*>(texture); }
+    ~D3D11TextureFrame() override;
+    const uint8_t* const* planes() const override { return planes_; }
+    const int* strides() const override { return strides_; }
+    ID3D11Texture2D* texture() const { return reinterpret_cast<ID3D11Texture2D*>(planes_[0]); }
+
+private:
+    uint8_t* planes_[4] = {nullptr, nullptr, nullptr, nullptr};  // entry 1: subresource 0
+    int strides_[4] = {0, 0, 0, 0};
+};
+
+class D3D11Backend : public GpuBackend {
+public:
+    D3D11Backend();
+    ~D3D11Backend() override;
+    const char* name() const override { return "d3d11"; }
+    std::string unavailable() const override;
+    KROHWContext context() const override;
+    bool isDeviceFormat(int32_t format) const override { return format >= 401 && format <= 406; }
+    int32_t hostTwin(int32_t deviceFormat) const override;
+    std::unique_ptr<DeviceFrame> upload(int32_t deviceFormat, const FrameBuffers& pixels) override;
+    bool download(const DeviceFrame& frame, FrameBuffers& pixels) override;
+
+    ID3D11Manager* manager() const { return manager_; }
+    // A texture of `format` with the given bindings (0 for KRODirectX's own).
+    ID3D11Texture2D* createTexture(int width, int height, DXGI_FORMAT format, UINT bindFlags = 0);
+
+private:
+    ID3D11Manager* manager_ = nullptr;
+};
+
+// One backend for the whole test program: the device is made once.
+D3D11Backend& d3d11Backend();
+
+DXGI_FORMAT dxgiFormatOf(int32_t textureFormat);
+
+}  // namespace test
+}  // namespace KROCOLOR
+
+#endif  // KRO_HAVE_D3D11_CONVERTOR
