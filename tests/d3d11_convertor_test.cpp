@@ -14,7 +14,11 @@
 
 #if KRO_HAVE_D3D11_CONVERTOR
 
-#include "cpu/cpu_context.h"
+extern "C" {
+#include <libavutil/mem.h>
+#include <libswscale/swscale.h>
+}
+
 #include "d3d11/d3d11_context.h"
 #include "support/d3d11_backend.h"
 #include "support/d3d11_program_model.h"
@@ -123,8 +127,9 @@ TEST(D3D11Convertor, CurvesAndPrimariesFollowTheProgramsOwnChoice) {
             EXPECT_LE(largestTextureCodeDifference(out, expected, df), 1)
                 << c.name << " " << c.src.primaries << "/" << c.src.transfer << " -> " << c.dst.primaries << "/"
                 << c.dst.transfer << " into " << df;
-            if (df == 401)
+            if (df == 401) {
                 for (int i = 0; i < 40 * 18; ++i) ASSERT_EQ(out.plane(0)[i * 4 + 3], 255) << c.name;
+            }
         }
 }
 
@@ -155,50 +160,112 @@ TEST(D3D11Convertor, IdenticalDescriptionsRequantise) {
         ASSERT_EQ(p010Out.plane(0)[i] | p010Out.plane(0)[i + 1] << 8, black);
 }
 
-// Host frames of every format meet textures through the CPU layout step
-// (libswscale into RGBA8888 and back). Its own precision, not the GPU's,
-// bounds the agreement with the scalar CPU convertor here.
-constexpr int kLayoutTolerance = 2;
+// libswscale as the oracle of the convertor's CPU layout step: bicubic,
+// its default (BT.601) coefficients, as BT.601 primaries on both sides leave
+// them. Roomy aligned buffers, so its vector reads stay inside them.
+AVPixelFormat avFormat(int32_t format) {
+    static const AVPixelFormat twins[] = {
+        AV_PIX_FMT_RGB24,       AV_PIX_FMT_RGBA,        AV_PIX_FMT_NV12,        AV_PIX_FMT_YUV420P,
+        AV_PIX_FMT_YUV422P,     AV_PIX_FMT_YUV444P,     AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_P010LE,
+        AV_PIX_FMT_P016LE,      AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUV444P12LE,
+        AV_PIX_FMT_YUV444P16LE, AV_PIX_FMT_RGBA64LE,    AV_PIX_FMT_RGBA64BE,    AV_PIX_FMT_YUV411P,
+        AV_PIX_FMT_RGB48LE,     AV_PIX_FMT_RGB48BE,     AV_PIX_FMT_BGR24,       AV_PIX_FMT_BGRA,
+        AV_PIX_FMT_NONE,        AV_PIX_FMT_NONE,        AV_PIX_FMT_NONE,        AV_PIX_FMT_YUVA444P10LE,
+        AV_PIX_FMT_YUVA444P12LE};
+    return format >= 101 && format <= 125 ? twins[format - 101] : AV_PIX_FMT_NONE;
+}
 
+void swscaleLayout(const FrameBuffers& in, FrameBuffers& out) {
+    SwsContext* sws = sws_getContext(in.width(), in.height(), avFormat(in.format()), out.width(), out.height(),
+                                     avFormat(out.format()), SWS_BICUBIC, nullptr, nullptr, nullptr);
+    ASSERT_TRUE(sws);
+    uint8_t* planes[2][4] = {};
+    int strides[2][4] = {};
+    const FrameBuffers* frames[2] = {&in, &out};
+    for (int side = 0; side < 2; ++side) {
+        const FormatTraits& t = *formatTraits(frames[side]->format());
+        for (int p = 0; p < frames[side]->planeCount(); ++p) {
+            strides[side][p] = int((planeRowBytes(t, p, frames[side]->width()) + 127) / 64 * 64);
+            const size_t size = size_t(strides[side][p]) * size_t(planeRows(t, p, frames[side]->height()) + 2);
+            planes[side][p] = static_cast<uint8_t*>(av_mallocz(size));
+            for (int64_t r = 0; side == 0 && r < planeRows(t, p, in.height()); ++r)
+                std::memcpy(planes[0][p] + r * strides[0][p], in.plane(p) + r * in.stride(p),
+                            size_t(planeRowBytes(t, p, in.width())));
+        }
+    }
+    sws_scale(sws, planes[0], strides[0], 0, in.height(), planes[1], strides[1]);
+    const FormatTraits& t = *formatTraits(out.format());
+    for (int p = 0; p < out.planeCount(); ++p)
+        for (int64_t r = 0; r < planeRows(t, p, out.height()); ++r)
+            std::memcpy(out.plane(p) + r * out.stride(p), planes[1][p] + r * strides[1][p],
+                        size_t(planeRowBytes(t, p, out.width())));
+    for (auto& side : planes)
+        for (uint8_t* plane : side) av_free(plane);
+    sws_freeContext(sws);
+}
+
+// Largest difference between two host frames of one format, in 8-bit steps.
+int largestHostDifference(const FrameBuffers& a, const FrameBuffers& b) {
+    const FormatTraits& t = *formatTraits(a.format());
+    const int shift = t.bytesPerSample == 2 ? t.msbShift + t.depth - 8 : 0;
+    int worst = 0;
+    for (int p = 0; p < a.planeCount(); ++p)
+        for (size_t i = 0; i < a.size(p); i += t.bytesPerSample) {
+            int u = a.plane(p)[i], v = b.plane(p)[i];
+            if (t.bytesPerSample == 2) {
+                u = t.bigEndian ? (u << 8 | a.plane(p)[i + 1]) : (a.plane(p)[i + 1] << 8 | u);
+                v = t.bigEndian ? (v << 8 | b.plane(p)[i + 1]) : (b.plane(p)[i + 1] << 8 | v);
+            }
+            worst = std::max(worst, std::abs((u >> shift) - (v >> shift)));
+        }
+    return worst;
+}
+
+// Host frames of every format meet textures: the direct staging formats
+// (RGB888 expanded with alpha 255, RGBA8888, RGBA16) as they are, every other
+// one through the layout step into RGBA8888 and back. CMYK, which libswscale
+// cannot convert, fails the upload (19); its failed read-back is not
+// reported, and the destination stays as it was.
 TEST(D3D11Convertor, HostFramesOfEveryFormatThroughTheStagingPaths) {
     REQUIRE_DEVICE();
-    const Colour s{5, 6, 5, 1}, d{1, 1, 1, 2};
+    const Colour s{5, 6, 5, 1}, d{5, 1, 5, 2};
+    constexpr int kW = 64, kH = 16;
     uint32_t seed = 900;
     for (int32_t f : cpuFormats()) {
-        // Upload: host f -> texture 401.
-        FrameBuffers host(f, 18, 10), out(kKRORGBA8888Format, 18, 10), rgba(kKRORGBA8888Format, 18, 10),
-            expected(kKRORGBA8888Format, 18, 10);
+        const bool direct = f == kKRORGB888Format || f == kKRORGBA8888Format || f == kKRORGBA16LEFormat;
+        const int32_t texture = f == kKRORGBA16LEFormat ? 406 : 401;
+        FrameBuffers host(f, kW, kH), out(textureTwin(texture), kW, kH), staged(textureTwin(texture), kW, kH),
+            expected(textureTwin(texture), kW, kH);
         host.fillRandom(seed++);
-        ASSERT_EQ(runGpuConversion(device(), side(f, 18, 10, s), host, side(401, 18, 10, d), out), kKROSuccess) << f;
-        KROFrame hf = host.frame(s.primaries, s.transfer, s.matrix, s.range);
-        KROFrame rf = rgba.frame(s.primaries, s.transfer, s.matrix, s.range);
-        ASSERT_EQ(CPUContext().convertColor(&hf, &rf), kKROSuccess);
-        modelColorPass(rgba, program(401, s), expected, program(401, d));
-        EXPECT_LE(largestTextureCodeDifference(out, expected, 401), kLayoutTolerance) << "upload of " << f;
+        const KROReturn upload = runGpuConversion(device(), side(f, kW, kH, s), host, side(texture, kW, kH, d), out);
+        if (f == kKROCMYK8888Format) {
+            EXPECT_EQ(upload, kKROLoadD3D11FunctionError);
+        } else {
+            ASSERT_EQ(upload, kKROSuccess) << f;
+            if (f == kKRORGB888Format)
+                for (int i = 0; i < kW * kH; ++i)
+                    for (int k = 0; k < 4; ++k) staged.plane(0)[i * 4 + k] = k < 3 ? host.plane(0)[i * 3 + k] : 255;
+            else if (direct)
+                std::memcpy(staged.plane(0), host.plane(0), host.size(0));
+            else
+                swscaleLayout(host, staged);
+            modelColorPass(staged, program(texture, s), expected, program(texture, d));
+            EXPECT_LE(largestTextureCodeDifference(out, expected, texture), 1) << "upload of " << f;
+        }
 
-        // Read-back: texture 401 -> host f.
-        FrameBuffers texel(kKRORGBA8888Format, 18, 10), onGpu(kKRORGBA8888Format, 18, 10), back(f, 18, 10),
-            reference(f, 18, 10);
+        FrameBuffers texel(textureTwin(texture), kW, kH), onGpu(textureTwin(texture), kW, kH), back(f, kW, kH),
+            reference(f, kW, kH);
         texel.fillRandom(seed++);
-        ASSERT_EQ(runGpuConversion(device(), side(401, 18, 10, s), texel, side(f, 18, 10, d), back), kKROSuccess) << f;
-        modelColorPass(texel, program(401, s), onGpu, program(401, d));
-        KROFrame gf = onGpu.frame(d.primaries, d.transfer, d.matrix, d.range);
-        KROFrame bf = reference.frame(d.primaries, d.transfer, d.matrix, d.range);
-        ASSERT_EQ(CPUContext().convertColor(&gf, &bf), kKROSuccess);
-        const FormatTraits& t = *formatTraits(f);
-        int worst = 0;
-        for (int p = 0; p < back.planeCount(); ++p)
-            for (size_t i = 0; i < back.size(p); i += t.bytesPerSample) {
-                int u = back.plane(p)[i], v = reference.plane(p)[i];
-                if (t.bytesPerSample == 2) {
-                    u = t.bigEndian ? (u << 8 | back.plane(p)[i + 1]) : (back.plane(p)[i + 1] << 8 | u);
-                    v = t.bigEndian ? (v << 8 | reference.plane(p)[i + 1]) : (reference.plane(p)[i + 1] << 8 | v);
-                    u >>= t.msbShift + (t.depth == 16 ? 8 : t.depth - 8);  // compared in 8-bit steps
-                    v >>= t.msbShift + (t.depth == 16 ? 8 : t.depth - 8);
-                }
-                worst = std::max(worst, std::abs(u - v));
-            }
-        EXPECT_LE(worst, kLayoutTolerance) << "read-back into " << f;
+        back.fillRandom(seed);
+        reference.fillRandom(seed++);
+        ASSERT_EQ(runGpuConversion(device(), side(texture, kW, kH, s), texel, side(f, kW, kH, d), back), kKROSuccess)
+            << f;
+        modelColorPass(texel, program(texture, s), onGpu, program(texture, d));
+        if (direct && f != kKRORGB888Format)
+            std::memcpy(reference.plane(0), onGpu.plane(0), onGpu.size(0));
+        else if (f != kKROCMYK8888Format)
+            swscaleLayout(onGpu, reference);
+        EXPECT_LE(largestHostDifference(back, reference), 1) << "read-back into " << f;
     }
 }
 
@@ -225,8 +292,9 @@ TEST(D3D11Convertor, DirectStagingFormatsHostToHost) {
 
 // The refusals: a null plane (2), a source texture without shader-resource
 // binding (15, checked before the destination), a destination without
-// unordered-access binding (16), format 405 that no view can address (17),
-// and a side the convertor cannot prepare (19). Nothing reaches host memory.
+// unordered-access binding (16) and format 405, which no view can address
+// (17); a side the convertor cannot prepare (19) is the CMYK upload above.
+// Nothing reaches host memory.
 TEST(D3D11Convertor, RefusalsLeaveTheDestinationUntouched) {
     REQUIRE_DEVICE();
     D3D11Backend& b = device();
@@ -273,13 +341,6 @@ TEST(D3D11Convertor, RefusalsLeaveTheDestinationUntouched) {
     readable->Release();
     noShaderResource->Release();
     noUnorderedAccess->Release();
-
-    // A side neither a texture nor a host frame cannot be prepared.
-    std::unique_ptr<D3D11Context> convertor = D3D11Context::create(b.manager()->device, b.manager()->context);
-    FrameBuffers host(kKRORGBA8888Format, 32, 16);
-    KROFrame cuda = host.frame(1, 1, 1, 1), dst = host.frame(1, 1, 1, 1);
-    cuda.format = kKRORGBA8888CUDAFormat;
-    EXPECT_EQ(convertor->convertColor(&cuda, &dst), kKROLoadD3D11FunctionError);
 }
 
 TEST(D3D11Convertor, ConvertingAgainMakesNoNewObjects) {
