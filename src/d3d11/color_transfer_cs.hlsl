@@ -301,16 +301,17 @@ float4 convertRGBAToFormat(float4 pixel, int format, int colorMatrix)
 }
 
 // Transfer curves, per channel. The BT.709 family is not clamped except the
-// BT.709 OETF.
+// BT.709 OETF. Both sides of a vector select are evaluated, so the power of
+// the side not taken gets a non-negative base (the side taken always has one).
 float3 BT709_EOTF(float3 x)
 {
-    float3 curve = pow((x + kBT709Offset) / kBT709Alpha, kBT709EotfPowerSingle);
+    float3 curve = pow(max((x + kBT709Offset) / kBT709Alpha, 0.0f), kBT709EotfPowerSingle);
     return x < kBT709SignalThreshold ? x / kBT709Slope : curve;
 }
 
 float3 BT709_OETF(float3 x)
 {
-    float3 curve = kBT709Alpha * pow(x, kBT709OetfPower) - kBT709Offset;
+    float3 curve = kBT709Alpha * pow(max(x, 0.0f), kBT709OetfPower) - kBT709Offset;
     return saturate(x < kBT709LinearThreshold ? kBT709Slope * x : curve);
 }
 
@@ -321,7 +322,7 @@ float3 BT601_EOTF(float3 x)
 
 float3 BT601_OETF(float3 x)
 {
-    float3 curve = kBT709Alpha * pow(x, kBT709OetfPower) - kBT709Offset;
+    float3 curve = kBT709Alpha * pow(max(x, 0.0f), kBT709OetfPower) - kBT709Offset;
     return x < kBT709LinearThreshold ? kBT709Slope * x : curve;
 }
 
@@ -337,13 +338,13 @@ float3 BT2020_OETF(float3 x)
 
 float3 BT2020_EOTF_12(float3 x)
 {
-    float3 curve = pow((x + kBT2020_12Offset) / kBT2020_12Alpha, kBT709EotfPowerSingle);
+    float3 curve = pow(max((x + kBT2020_12Offset) / kBT2020_12Alpha, 0.0f), kBT709EotfPowerSingle);
     return x < kBT2020_12SignalThreshold ? x / kBT709Slope : curve;
 }
 
 float3 BT2020_OETF_12(float3 x)
 {
-    float3 curve = kBT2020_12Alpha * pow(x, kBT709OetfPower) - kBT2020_12Offset;
+    float3 curve = kBT2020_12Alpha * pow(max(x, 0.0f), kBT709OetfPower) - kBT2020_12Offset;
     return x < kBT2020_12LinearThreshold ? kBT709Slope * x : curve;
 }
 
@@ -351,14 +352,14 @@ float3 BT2020_OETF_12(float3 x)
 float3 XVYCC_EOTF(float3 x)
 {
     float3 negative = -pow(abs(x) / kBT709Alpha, kBT709EotfPowerSingle);
-    float3 positive = x < kBT709SignalThreshold ? x / kBT709Slope : pow((x + kBT709Offset) / kBT709Alpha, kBT709EotfPowerSingle);
+    float3 positive = BT709_EOTF(x);
     return x <= 0.0f ? negative : positive;
 }
 
 float3 XVYCC_OETF(float3 x)
 {
     float3 negative = kBT709Offset - kBT709Alpha * pow(abs(x), kBT709OetfPower);
-    float3 positive = x < kBT709LinearThreshold ? kBT709Slope * x : kBT709Alpha * pow(abs(x), kBT709OetfPower) - kBT709Offset;
+    float3 positive = BT601_OETF(x);
     return x <= -kBT709LinearThreshold ? negative : positive;
 }
 
@@ -375,7 +376,7 @@ float4 HLG_EOTF(float4 pixel)
 {
     float3 e = HLGInverseOETF(max(0.0f, (1.0f - kHlgBeta) * pixel.rgb + kHlgBeta));
     float ys = kBT2020LumaR * e.r + kBT2020LumaG * e.g + kBT2020LumaB * e.b;
-    return float4(pow(ys, kHlgGamma - 1.0f) * e, 1.0f);
+    return float4(pow(max(ys, 0.0f), kHlgGamma - 1.0f) * e, 1.0f);
 }
 
 float4 HLG_OETF(float4 pixel)
