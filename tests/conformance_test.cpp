@@ -170,7 +170,10 @@ const Backend kBackends[] = {
      "the CUDA kernels keep their own curves (PQ and transfer 17 as BT.709, LOG_SQRT) and stage only some host "
      "formats; kro_cuda_tests holds them to their formulas",
      nullptr},
-    {"d3d11", nullptr, "this build has no Direct3D 11 convertor", nullptr},
+    // The compute program makes its own curve and primaries choices (PQ read
+    // as BT.709-coded, eleven primaries pairs, clamped light), so it is held
+    // to its own formulas in d3d11_convertor_test instead of to the scalar one.
+    {"d3d11", nullptr, "the Direct3D 11 program follows its own colour rules; see d3d11_convertor_test", nullptr},
     // Not held to the scalar convertor: by design the render pass stages
     // every host layout through 8-bit RGBA (or half-float) textures via
     // libswscale and has its own, smaller curve and primaries set; its

@@ -6,6 +6,7 @@
 
 #include <KROColorFunctions.h>
 
+#include "backend_device.h"
 #include "cuda_frames.h"
 #include "gles_conversion.h"
 
@@ -45,7 +46,12 @@ std::string backendNames() {
 std::string backendUnavailableReason(const BackendInfo& backend) {
     using namespace KROCOLOR;
     if (backend.hwType == kKROHWTypeCUDA) return cudaUnavailableReason();
-    if (backend.needsDevice) return "krocolor cannot open a " + std::string(backend.name) + " device yet";
+    std::unique_ptr<BackendDevice> device;
+    if (backend.needsDevice) {
+        std::string reason;
+        device = BackendDevice::open(backend, reason);
+        if (!device) return reason;
+    }
     if (backend.hwType == kKROHWTypeGLES) {  // the probe below runs on krocolor's own context
         const std::string why = makeGlesContextCurrent();
         if (!why.empty()) return why;
@@ -57,7 +63,7 @@ std::string backendUnavailableReason(const BackendInfo& backend) {
     KROHWContext context;
     context.srcType = backend.hwType;
     context.dstType = backend.hwType;
-    probe->setHWContext(context);
+    probe->setHWContext(device ? device->context() : context);
     std::vector<uint8_t> src(kSide * kSide * 4, 128), dst(kSide * kSide * 4, 0);
     const uint8_t* srcPlanes[] = {src.data()};
     uint8_t* dstPlanes[] = {dst.data()};

@@ -54,7 +54,12 @@ FramePipeline::FramePipeline(const PipelineSettings& s) : settings_(s) {
         static_cast<KROColorPrimaries>(s.outColor.primaries), static_cast<KROColorTransfer>(s.outColor.transfer),
         static_cast<KROColorMatrix>(s.outColor.matrix), static_cast<KROColorRange>(s.outColor.range));
     if (rc != kKROSuccess) libraryFailure("the library refused the colour description", rc);
-    color_->setHWContext(cuda_ ? cuda_->hwContext() : contextFor(hwType));
+    if (!cuda_ && s.backend && s.backend->needsDevice) {
+        std::string reason;
+        device_ = BackendDevice::open(*s.backend, reason);
+        if (!device_) failure("backend " + std::string(s.backend->name) + " is not available: " + reason);
+    }
+    color_->setHWContext(cuda_ ? cuda_->hwContext() : device_ ? device_->context() : contextFor(hwType));
     color_->setKeepSourceColor(s.keepSourceColor);
     for (const auto& kv : s.metadata) color_->setMetaData(kv.first.c_str(), kv.second.c_str());
     // OpenGL ES converts texture to texture on krocolor's own context;

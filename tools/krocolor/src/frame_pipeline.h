@@ -12,6 +12,7 @@
 
 #include <KROColorFunctions.h>
 
+#include "backend_device.h"
 #include "backends.h"
 #include "cuda_frames.h"
 #include "image.h"
@@ -59,6 +60,7 @@ public:
 
 private:
     PipelineSettings settings_;
+    std::unique_ptr<BackendDevice> device_;  // GPU backends: outlives the objects converting on it
     std::unique_ptr<KROCOLOR::KROCropFunctions> crop_;
     std::unique_ptr<KROCOLOR::KROColorFunctions> color_;
     std::unique_ptr<CudaFrames> cuda_;  // --backend cuda: the colour step's device frames

@@ -18,7 +18,7 @@ const char kUsage[] =
     "                       [-o DIR] [-s WxH] [--backend NAME]... [--repeat N] [-q]\n"
     "  convert IN OUT       convert a raw, .y4m or .png file\n"
     "                       [--in-format F] [--out-format F] [-s WxH] [--scale WxH]\n"
-    "                       [--crop x:y:w:h] [--orientation 1-8] [--backend cpu|simd|swscale]\n"
+    "                       [--crop x:y:w:h] [--orientation 1-8] [--backend cpu|simd|swscale|d3d11]\n"
     "                       [--in-primaries P] [--primaries P] [--in-transfer T] [--transfer T]\n"
     "                       [--in-matrix M] [--matrix M] [--in-range R] [--range R]\n"
     "                       [--metadata key=value]... [--keep-source-color] [-n N] [-v] [-q]\n"
