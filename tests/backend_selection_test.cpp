@@ -3,6 +3,7 @@
 #include "api/backend_selection.h"
 #include "cpu/cpu_context.h"
 #include "cuda/cuda_context.h"
+#include "d3d11/d3d11_convertor.h"
 #include "gles/gl_render_context.h"
 
 using namespace KROCOLOR;
@@ -11,7 +12,7 @@ namespace {
 
 void* handle(uintptr_t v) { return reinterpret_cast<void*>(v); }
 
-enum class Expect { Cpu, Swscale, Cuda, Gles, Code };
+enum class Expect { Cpu, Swscale, Cuda, D3D11, Gles, Code };
 
 struct SelectionCase {
     const char* name;
@@ -47,6 +48,10 @@ TEST_P(BackendSelection, FirstMatchingRuleDecides) {
         EXPECT_NE(dynamic_cast<const CudaContext*>(chosen.convertor.get()), nullptr);
         return;
     }
+    if (c.expect == Expect::D3D11) {
+        EXPECT_TRUE(isD3D11Convertor(chosen.convertor.get()));
+        return;
+    }
     if (c.expect == Expect::Gles) {
         EXPECT_NE(dynamic_cast<const GLRenderContext*>(chosen.convertor.get()), nullptr);
         return;
@@ -56,9 +61,8 @@ TEST_P(BackendSelection, FirstMatchingRuleDecides) {
     EXPECT_EQ(cpu->usesSwscale(), c.expect == Expect::Swscale);
 }
 
-// Backends this build does not carry yet (Direct3D 11)
-// answer kKROPlatformFormatNotSupported once their rule is reached; these
-// rows change when a backend lands.
+// One row per rule and outcome; every GPU backend is carried by this build,
+// so a rule that names one yields its convertor.
 INSTANTIATE_TEST_SUITE_P(
     Rules, BackendSelection,
     ::testing::Values(
@@ -76,7 +80,8 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{"host_to_cuda_null_ctx", 101, 301, 0, 4, 0, 0, 0, 0, Expect::Code, kKROMissingHWContext},
         SelectionCase{"host_to_cuda_wrong_types", 101, 301, 4, 0, 5, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"cuda_pair_cpu_types", 301, 302, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
-        SelectionCase{"d3d11_same_context_ptr", 401, 402, 5, 5, 1, 3, 2, 3, Expect::Code, kKROPlatformFormatNotSupported},
+        SelectionCase{"d3d11_same_context_ptr", 401, 402, 5, 5, 1, 3, 2, 3, Expect::D3D11, kKROSuccess},
+        SelectionCase{"d3d11_null_device", 102, 401, 5, 5, 0, 0, 0, 0, Expect::Code, kKROMissingHWContext},
         SelectionCase{"d3d11_nothing_shared", 401, 402, 5, 5, 1, 3, 2, 4, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"d3d11_pair_cpu_types", 401, 402, 0, 0, 0, 0, 0, 0, Expect::Code, kKROFormatHWContextMismatch},
         SelectionCase{"gl_dst_rgb_texture", 201, 203, 2, 2, 1, 1, 1, 1, Expect::Code, kKROInputParamError},

@@ -10,6 +10,7 @@
 #include "cpu/cpu_context.h"
 #include "d3d11/color_transfer_program.h"
 #include "d3d11/d3d11_constant_buffers.h"
+#include "d3d11/d3d11_convertor.h"
 
 namespace KROCOLOR {
 
@@ -371,6 +372,8 @@ bool D3D11Context::ensureTextureFrame(TextureFrame& frame, int32_t format, int w
     frame = createTextureFrame(format, width, height);
     return frame && frame->planes[0];
 }
+
+bool isD3D11Convertor(const IConvertor* convertor) { return dynamic_cast<const D3D11Context*>(convertor) != nullptr; }
 
 std::unique_ptr<IConvertor> createD3D11Convertor(void* device, void* deviceContext, KROReturn& error) {
     if (!device || !deviceContext) {
