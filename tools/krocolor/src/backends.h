@@ -13,7 +13,7 @@ struct BackendInfo {
     const char* name;
     const char* aliases;  // space-separated
     int hwType;           // KROHWContext srcType/dstType
-    bool needsDevice;     // GPU: converts on a device krocolor opens (BackendDevice)
+    bool needsDevice;     // GPU: converts on a device krocolor opens for the run
     const char* summary;
 };
 
