@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <functional>
 #include <sstream>
 
@@ -314,6 +315,7 @@ struct ErrorCase {
     std::vector<std::string> args;  // "@" prefixes a name inside the scratch folder
     int status;
     const char* message;
+    const char* environment = nullptr;  // "NAME=value" set for this run only
 };
 
 std::vector<uint8_t> y4mFile(const std::string& header, size_t frameBytes, double frames) {
@@ -355,7 +357,14 @@ TEST_P(KrocolorErrors, OneLineAndNoOutput) {
     writeFile(dir / "out.y4m", {'o', 'l', 'd'});
     const std::vector<std::string> before = listFolder(dir.path());
 
+    std::string name;
+    if (c.environment) {
+        const std::string e = c.environment;
+        name = e.substr(0, e.find('='));
+        setenv(name.c_str(), e.substr(e.find('=') + 1).c_str(), 1);
+    }
     RunResult r = runKrocolor(inScratch(dir, c.args), dir.path());
+    if (c.environment) unsetenv(name.c_str());
     EXPECT_EQ(r.status, c.status) << r.err;
     EXPECT_EQ(r.err.rfind("krocolor: ", 0), 0u) << r.err;
     EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
@@ -406,8 +415,9 @@ const ErrorCase kErrorCases[] = {
     {"CropOutside", {"convert", "@ok.y4m", "@out.y4m", "--crop", "4:0:8:4"}, 2, "does not fit inside the 8x4 input"},
     {"OrientationZero", {"convert", "@ok.y4m", "@out.y4m", "--orientation", "0"}, 2, "--orientation: '0'"},
     {"UnknownBackend", {"convert", "@ok.y4m", "@out.y4m", "--backend", "quantum"}, 2, "unknown backend 'quantum'"},
+    // Without any Vulkan driver the Direct3D 11 layer has no device to offer.
     {"BackendWithoutDevice", {"convert", "@ok.y4m", "@out.y4m", "--backend", "d3d11"}, 1,
-     "backend d3d11 is not available"},
+     "backend d3d11 is not available: no Direct3D 11 device", "VK_ICD_FILENAMES=/nonexistent/icd.json"},
     {"MetadataWithoutValue", {"convert", "@ok.y4m", "@out.y4m", "--metadata", "src_max_luminance"}, 2,
      "is not key=value"},
     // Refusals of the library carry its own message and code.
