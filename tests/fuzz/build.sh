@@ -25,8 +25,12 @@ cmake -S "$root" -B "$lib" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" 
   -DKRO_BUILD_EXAMPLES=OFF >"$lib.log" 2>&1 || { cat "$lib.log" >&2; exit 1; }
 cmake --build "$lib" --target kro_internal -j"$(nproc)" >>"$lib.log" 2>&1 || { tail -40 "$lib.log" >&2; exit 1; }
 mkdir -p "$build/fuzzers"
-# shellcheck disable=SC2046
+# The archive's own dependencies (FFmpeg, EGL and GLES, Vulkan, glslang and
+# whatever joins them) are the ones CMake links the shared library with, so
+# they are read from that link line rather than listed again here.
+mapfile -t deps < <(tr ' ' '\n' <"$lib/CMakeFiles/KROColorFunctions.dir/link.txt" |
+  grep -E '\.a$|\.so(\.[0-9.]+)?$|^-l' | grep -v 'libKROColorFunctions')
 "$cxx" -std=c++17 $flags -fsanitize=fuzzer -ffp-contract=off -I"$root/include" -I"$root/src" \
-  "$root/tests/fuzz/$name.cpp" "$lib/libkro_internal.a" $(pkg-config --libs libswscale libavutil egl glesv2) -lpthread \
+  "$root/tests/fuzz/$name.cpp" "$lib/libkro_internal.a" "${deps[@]}" -lpthread \
   -o "$build/fuzzers/$name"
 echo "$build/fuzzers/$name"

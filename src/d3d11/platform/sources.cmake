@@ -16,9 +16,9 @@ target_sources(kro_objects PRIVATE ${KRO_D3D11_PLATFORM_SOURCES})
 set_property(SOURCE ${KRO_D3D11_PLATFORM_SOURCES} APPEND PROPERTY COMPILE_OPTIONS -Wno-missing-field-initializers)
 # glslang is built without RTTI, so UBSan's dynamic-type check (which needs
 # the typeinfo of glslang's classes) cannot be used where they are called.
-if(KRO_SANITIZE)
-  set_property(SOURCE ${CMAKE_CURRENT_LIST_DIR}/d3d_compile.cpp APPEND PROPERTY COMPILE_OPTIONS -fno-sanitize=vptr)
-endif()
+# Always off here: sanitizers may also arrive through CMAKE_CXX_FLAGS (the
+# fuzz build), and the flag is harmless without them.
+set_property(SOURCE ${CMAKE_CURRENT_LIST_DIR}/d3d_compile.cpp APPEND PROPERTY COMPILE_OPTIONS -fno-sanitize=vptr)
 # The libraries are linked where the objects are (the shared library and
 # the static archive of the tests), not to kro_objects: the packages' include
 # folder is /usr/include, and as a usage requirement of kro_objects it turns
