@@ -15,6 +15,7 @@
 #include "gles/gl_render_context.h"
 #include "support/gles_fixture.h"
 #include "support/format_sweep.h"
+#include "support/hlg_reference.h"
 #include "support/frame_buffers.h"
 
 using namespace KROCOLOR;
@@ -44,7 +45,6 @@ double curve(int transfer, double x, bool eotf) {
     default: return x;  // no curve of its own here
     }
 }
-constexpr double kHlgA = 0.17883277, kHlgB = 0.28466892, kHlgC = 0.55991073;
 constexpr double kM1 = 2610.0 / 16384, kM2 = 2523.0 / 4096 * 128, kC1 = 3424.0 / 4096, kC2 = 2413.0 / 4096 * 32,
                  kC3 = 2392.0 / 4096 * 32;
 
@@ -54,15 +54,9 @@ struct Rgba {
 
 Rgba removeTransfer(Rgba p, int transfer, int dstTransfer, double peak) {
     if (transfer == 18) {  // HLG at a nominal 203 cd/m2, black 0.005 cd/m2
-        const double gamma = 1.2 + 0.42 * std::log10(203.0 / 1000.0);
-        const double beta = std::sqrt(3 * std::pow(0.005 / 203.0, 1 / gamma));
-        double e[3];
-        for (int k = 0; k < 3; ++k) {
-            const double x = std::fmax(0.0, (1 - beta) * p.c[k] + beta);
-            e[k] = x > 0.5 ? (std::exp((x - kHlgC) / kHlgA) + kHlgB) / 12 : x * x / 3;
-        }
-        const double ys = 0.2627 * e[0] + 0.678 * e[1] + 0.0593 * e[2];
-        return {{std::pow(ys, gamma - 1) * e[0], std::pow(ys, gamma - 1) * e[1], std::pow(ys, gamma - 1) * e[2], 1}};
+        Rgba r{{0, 0, 0, 1}};
+        test::hlgToDisplayLight(p.c, r.c);
+        return r;
     }
     for (int k = 0; k < 3; ++k) {
         if (transfer == 16) {
@@ -81,7 +75,7 @@ Rgba applyTransfer(Rgba p, int transfer, int srcTransfer) {
     for (int k = 0; k < 3; ++k) {
         const double x = p.c[k];
         if (transfer == 18) {
-            p.c[k] = x > 1.0 / 12 ? kHlgA * std::log(12 * x - kHlgB) + kHlgC : std::sqrt(3 * x);
+            p.c[k] = x > 1.0 / 12 ? test::kHlgA * std::log(12 * x - test::kHlgB) + test::kHlgC : std::sqrt(3 * x);
         } else if (transfer == 16) {
             const double f = std::pow(x * (srcTransfer == 16 || srcTransfer == 18 ? 0.1 : 0.05), kM1);
             p.c[k] = std::fmin(std::pow((kC1 + kC2 * f) / (1 + kC3 * f), kM2), 1.0);

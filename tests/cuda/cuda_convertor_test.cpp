@@ -20,6 +20,7 @@
 #include "cuda/cuda_context.h"
 #include "cuda/cuda_driver.h"
 #include "support/cuda_device.h"
+#include "support/hlg_reference.h"
 
 using namespace KROCOLOR;
 using test::CudaSession;
@@ -144,16 +145,10 @@ double encode(double l, int t) {
 }
 
 V4 hlgDecode(const V4& c) {
-    const double gamma = 1.2 + 0.42 * std::log10(203.0 / 1000.0);
-    const double beta = std::sqrt(3 * std::pow(0.005 / 203.0, 1 / gamma));
-    double e[3];
-    for (int k = 0; k < 3; ++k) {
-        const double x = std::max(0.0, (1 - beta) * c[k] + beta);
-        e[k] = x > 0.5 ? (std::exp((x - 0.55991073) / 0.17883277) + 0.28466892) / 12 : x * x / 3;
-    }
-    const double ys = 0.2627 * e[0] + 0.678 * e[1] + 0.0593 * e[2];
-    const double g = std::pow(ys, gamma - 1);
-    return {g * e[0], g * e[1], g * e[2], 1};
+    V4 p = c;
+    test::hlgToDisplayLight(c.data(), p.data());
+    p[3] = 1;
+    return p;
 }
 
 NativePixel expected(const NativePixel& in, int32_t sf, const Desc& s, int32_t df, const Desc& d) {

@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "support/d3d11_program_model.h"
+
 namespace KROCOLOR {
 namespace test {
 
@@ -38,16 +40,7 @@ KROHWContext D3D11Backend::context() const {
     return c;
 }
 
-int32_t D3D11Backend::hostTwin(int32_t deviceFormat) const {
-    switch (deviceFormat) {
-    case 401: return kKRORGBA8888Format;
-    case 402: return kKROBGRA8888Format;
-    case 403: return kKRONV12Format;
-    case 404: return kKRONV1210LEFormat;
-    case 406: return kKRORGBA16LEFormat;
-    default: return 0;
-    }
-}
+int32_t D3D11Backend::hostTwin(int32_t deviceFormat) const { return textureTwin(deviceFormat); }
 
 ID3D11Texture2D* D3D11Backend::createTexture(int width, int height, DXGI_FORMAT format, UINT bindFlags) {
     if (!bindFlags) return KRODirectX::createID3D11Texture2D(manager_, width, height, format);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "color/color_constants.h"
+#include "support/hlg_reference.h"
 
 namespace KROCOLOR {
 namespace test {
@@ -212,24 +213,16 @@ double oetf(double x, Curve c) {
 }
 
 // HLG with Lw 203 cd/m2, Lb 0.005 cd/m2 and gain 1 (ITU-R BT.2100).
-constexpr double kA = 0.17883277, kB = 0.28466892, kC = 0.55991073;
 Pixel hlgEotf(const Pixel& p) {
-    const double gamma = 1.2 + 0.42 * std::log10(203.0 / 1000.0);
-    const double beta = std::sqrt(3 * std::pow(0.005 / 203.0, 1 / gamma));
-    double e[3];
-    for (int k = 0; k < 3; ++k) {
-        const double x = std::max(0.0, (1 - beta) * p.c[k] + beta);
-        e[k] = x > 0.5 ? (std::exp((x - kC) / kA) + kB) / 12 : x * x / 3;
-    }
-    const double ys = 0.2627 * e[0] + 0.678 * e[1] + 0.0593 * e[2];
-    const double g = std::pow(ys, gamma - 1);
-    return Pixel{{g * e[0], g * e[1], g * e[2], 1.0}};
+    Pixel r{{0, 0, 0, 1.0}};
+    hlgToDisplayLight(p.c, r.c);
+    return r;
 }
 
 Pixel hlgOetf(const Pixel& p) {
     Pixel r = p;
     for (int k = 0; k < 3; ++k)
-        r.c[k] = p.c[k] > 1.0 / 12 ? kA * std::log(12 * p.c[k] - kB) + kC : std::sqrt(std::max(0.0, 3 * p.c[k]));
+        r.c[k] = p.c[k] > 1.0 / 12 ? kHlgA * std::log(12 * p.c[k] - kHlgB) + kHlgC : std::sqrt(std::max(0.0, 3 * p.c[k]));
     return r;
 }
 
