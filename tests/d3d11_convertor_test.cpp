@@ -20,6 +20,7 @@ extern "C" {
 }
 
 #include "d3d11/d3d11_context.h"
+#include "support/av_formats.h"
 #include "support/d3d11_backend.h"
 #include "support/d3d11_program_model.h"
 #include "support/format_sweep.h"
@@ -163,18 +164,6 @@ TEST(D3D11Convertor, IdenticalDescriptionsRequantise) {
 // libswscale as the oracle of the convertor's CPU layout step: bicubic,
 // its default (BT.601) coefficients, as BT.601 primaries on both sides leave
 // them. Roomy aligned buffers, so its vector reads stay inside them.
-AVPixelFormat avFormat(int32_t format) {
-    static const AVPixelFormat twins[] = {
-        AV_PIX_FMT_RGB24,       AV_PIX_FMT_RGBA,        AV_PIX_FMT_NV12,        AV_PIX_FMT_YUV420P,
-        AV_PIX_FMT_YUV422P,     AV_PIX_FMT_YUV444P,     AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_P010LE,
-        AV_PIX_FMT_P016LE,      AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUV444P12LE,
-        AV_PIX_FMT_YUV444P16LE, AV_PIX_FMT_RGBA64LE,    AV_PIX_FMT_RGBA64BE,    AV_PIX_FMT_YUV411P,
-        AV_PIX_FMT_RGB48LE,     AV_PIX_FMT_RGB48BE,     AV_PIX_FMT_BGR24,       AV_PIX_FMT_BGRA,
-        AV_PIX_FMT_NONE,        AV_PIX_FMT_NONE,        AV_PIX_FMT_NONE,        AV_PIX_FMT_YUVA444P10LE,
-        AV_PIX_FMT_YUVA444P12LE};
-    return format >= 101 && format <= 125 ? twins[format - 101] : AV_PIX_FMT_NONE;
-}
-
 void swscaleLayout(const FrameBuffers& in, FrameBuffers& out) {
     SwsContext* sws = sws_getContext(in.width(), in.height(), avFormat(in.format()), out.width(), out.height(),
                                      avFormat(out.format()), SWS_BICUBIC, nullptr, nullptr, nullptr);

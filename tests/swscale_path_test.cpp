@@ -17,27 +17,16 @@ extern "C" {
 
 #include "KROColorFunctions.h"
 #include "cpu/cpu_context.h"
+#include "support/av_formats.h"
 #include "support/format_sweep.h"
 #include "support/frame_buffers.h"
 
 using namespace KROCOLOR;
+using KROCOLOR::test::avFormat;
 using KROCOLOR::test::FrameBuffers;
 using KROCOLOR::test::Placement;
 
 namespace {
-
-// The libswscale twin of every host format that has one (libavutil names).
-AVPixelFormat avFormat(int32_t format) {
-    static const AVPixelFormat twins[] = {
-        AV_PIX_FMT_RGB24,       AV_PIX_FMT_RGBA,        AV_PIX_FMT_NV12,        AV_PIX_FMT_YUV420P,
-        AV_PIX_FMT_YUV422P,     AV_PIX_FMT_YUV444P,     AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_P010LE,
-        AV_PIX_FMT_P016LE,      AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUV444P12LE,
-        AV_PIX_FMT_YUV444P16LE, AV_PIX_FMT_RGBA64LE,    AV_PIX_FMT_RGBA64BE,    AV_PIX_FMT_YUV411P,
-        AV_PIX_FMT_RGB48LE,     AV_PIX_FMT_RGB48BE,     AV_PIX_FMT_BGR24,       AV_PIX_FMT_BGRA,  // 101-120
-        AV_PIX_FMT_NONE,        AV_PIX_FMT_NONE,        AV_PIX_FMT_NONE,                          // 121-123
-        AV_PIX_FMT_YUVA444P10LE, AV_PIX_FMT_YUVA444P12LE};                                        // 124, 125
-    return format >= 101 && format <= 125 ? twins[format - 101] : AV_PIX_FMT_NONE;
-}
 
 std::vector<int32_t> swscaleFormats() {
     std::vector<int32_t> formats;
