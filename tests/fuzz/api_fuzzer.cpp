@@ -2,7 +2,7 @@
 // caller's choice (formats, sizes, strides, hardware types, colour values,
 // metadata, ICC profiles, crop rectangles, orientations, byte-format
 // converters and their byte counts, Lab inputs). Frames sit on guarded pages
-// (guarded_memory.h), each plane exactly as large as the call's contract
+// (support/guarded_block.h), each plane exactly as large as the call's contract
 // asks, so any access past a plane faults. Beyond "no crash", each call must
 // return a documented code with a message, never change its source, and
 // leave the destination untouched when it refuses.
@@ -21,10 +21,10 @@
 #include <vector>
 
 #include "KROColorFunctions.h"
-#include "guarded_memory.h"
+#include "support/guarded_block.h"
 
 using namespace KROCOLOR;
-using kro_fuzz::GuardedBuffer;
+using GuardedBuffer = KROCOLOR::test::GuardedBlock;
 
 namespace {
 

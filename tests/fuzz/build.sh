@@ -30,7 +30,7 @@ mkdir -p "$build/fuzzers"
 # they are read from that link line rather than listed again here.
 mapfile -t deps < <(tr ' ' '\n' <"$lib/CMakeFiles/KROColorFunctions.dir/link.txt" |
   grep -E '\.a$|\.so(\.[0-9.]+)?$|^-l' | grep -v 'libKROColorFunctions')
-"$cxx" -std=c++17 $flags -fsanitize=fuzzer -ffp-contract=off -I"$root/include" -I"$root/src" \
+"$cxx" -std=c++17 $flags -fsanitize=fuzzer -ffp-contract=off -I"$root/include" -I"$root/src" -I"$root/tests" \
   "$root/tests/fuzz/$name.cpp" "$lib/libkro_internal.a" "${deps[@]}" -lpthread \
   -o "$build/fuzzers/$name"
 echo "$build/fuzzers/$name"
