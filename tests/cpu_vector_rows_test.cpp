@@ -42,6 +42,7 @@ struct ColourCase {
 const ColourCase kColourCases[] = {
     {"RequantiseOnly", {1, 1, 1, 1}, {1, 1, 1, 1}, 0},
     {"MatrixAndRange", {1, 1, 1, 1}, {1, 1, 5, 2}, 0},
+    {"FullRangeMatrix", {1, 1, 6, 2}, {1, 1, 9, 1}, 0},
     {"PQToSDR", {9, 16, 9, 1}, {1, 1, 1, 2}, 0},
     {"PQToPQWithPeak", {9, 16, 9, 2}, {1, 16, 1, 1}, 1000},
     {"HLGToBT2020_12", {9, 18, 10, 1}, {9, 15, 10, 2}, 0},

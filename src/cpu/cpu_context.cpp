@@ -12,6 +12,7 @@
 #include "cpu/cpu_task.h"
 #include "cpu/geometry_kernels.h"
 #include "cpu/sample_access.h"
+#include "cpu/x86/direct_rows.h"
 
 namespace KROCOLOR {
 
@@ -61,13 +62,19 @@ void runColorStage(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool 
     const SampleAccess reader = sampleAccessFor(src.format);
     const SampleAccess writer = sampleAccessFor(dst.format);
     if (!reader.readRow || !writer.writeRow) return;  // not addressable: nothing to do
-    const PixelPipeline pipeline(colorSideOf(src), colorSideOf(dst), sourcePeak);
+    const ColorPlan plan = makeColorPlan(colorSideOf(src), colorSideOf(dst), sourcePeak);
+    const PixelPipeline pipeline(plan);
+    // The common 8-bit video <-> RGB conversions by matrix run straight from
+    // bytes to bytes over the whole vectors of a row; the general pass takes
+    // what is left (and everything when no direct row applies).
+    const DirectRow direct = directRowFor(plan, src.format, dst.format, rowIsa());
     const int width = dst.width;
 
     auto convertRow = [&](int y) {
         NativePixel in[kChunk];
         NativePixel out[kChunk];
-        for (int x = 0; x < width; x += kChunk) {
+        const int first = direct ? direct(plan, src, dst, y, width) : 0;
+        for (int x = first; x < width; x += kChunk) {
             const int n = width - x < kChunk ? width - x : kChunk;
             reader.readRow(src, y, x, n, in);
             pipeline.run(in, out, n);
