@@ -2,11 +2,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <system_error>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "core/pixel_format_table.h"
 #include "cpu/cpu_task.h"
 #include "cpu/sample_access.h"
 
@@ -213,6 +219,57 @@ float scaleTapOffset(float ratio) {
     return w / (w + 0.5f);
 }
 
+// One destination row of an 8-bit packed format: every stored byte is one
+// component at a fixed place in the pixel, so the four-tap average of the
+// codes is the average of the bytes at that place, taken straight from the
+// two source rows without unpacking the pixels.
+template <int Bytes>
+void scaleRowPacked8(const uint8_t* top, const uint8_t* lower, const Taps* columns, int width, uint8_t* out) {
+    int x = 0;
+#if defined(__SSE2__)
+    if constexpr (Bytes == 4) {
+        auto word = [](const uint8_t* row, int i) {
+            int32_t w;
+            std::memcpy(&w, row + 4 * ptrdiff_t{i}, 4);
+            return w;
+        };
+        auto taps = [&](const uint8_t* row, int x0, bool second) {
+            auto at = [&](int k) { return word(row, second ? columns[x0 + k].second : columns[x0 + k].first); };
+            return _mm_set_epi32(at(3), at(2), at(1), at(0));
+        };
+        const __m128i z = _mm_setzero_si128();
+        for (; x + 4 <= width; x += 4) {
+            const __m128i a = taps(top, x, false), b = taps(top, x, true);
+            const __m128i c = taps(lower, x, false), d = taps(lower, x, true);
+            const __m128i lo = _mm_add_epi16(_mm_add_epi16(_mm_unpacklo_epi8(a, z), _mm_unpacklo_epi8(b, z)),
+                                             _mm_add_epi16(_mm_unpacklo_epi8(c, z), _mm_unpacklo_epi8(d, z)));
+            const __m128i hi = _mm_add_epi16(_mm_add_epi16(_mm_unpackhi_epi8(a, z), _mm_unpackhi_epi8(b, z)),
+                                             _mm_add_epi16(_mm_unpackhi_epi8(c, z), _mm_unpackhi_epi8(d, z)));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * ptrdiff_t{x}),
+                             _mm_packus_epi16(_mm_srli_epi16(lo, 2), _mm_srli_epi16(hi, 2)));
+        }
+    }
+#endif
+    for (; x < width; ++x) {
+        const uint8_t* p00 = top + ptrdiff_t{columns[x].first} * Bytes;
+        const uint8_t* p10 = top + ptrdiff_t{columns[x].second} * Bytes;
+        const uint8_t* p01 = lower + ptrdiff_t{columns[x].first} * Bytes;
+        const uint8_t* p11 = lower + ptrdiff_t{columns[x].second} * Bytes;
+        for (int k = 0; k < Bytes; ++k)
+            out[ptrdiff_t{x} * Bytes + k] = static_cast<uint8_t>((unsigned{p00[k]} + p10[k] + p01[k] + p11[k]) >> 2);
+    }
+}
+
+using PackedScaleRow = void (*)(const uint8_t*, const uint8_t*, const Taps*, int, uint8_t*);
+
+PackedScaleRow packedScaleRowFor(int32_t format) {
+    const FormatTraits* t = formatTraits(format);
+    if (!t || t->layout != PlaneLayout::Packed || t->bytesPerSample != 1) return nullptr;
+    if (t->samplesPerPixel == 4) return &scaleRowPacked8<4>;
+    if (t->samplesPerPixel == 3) return &scaleRowPacked8<3>;
+    return nullptr;
+}
+
 KROReturn scaleFrame(const KROFrame& src, KROFrame& dst, bool threaded) {
     const SampleAccess access = sampleAccessFor(dst.format);
     if (!access) return kKROSuccess;
@@ -236,7 +293,17 @@ KROReturn scaleFrame(const KROFrame& src, KROFrame& dst, bool threaded) {
 
     // Slot `slot` of `slots` converts destination rows slot, slot + slots, ...
     // with its own row buffers.
+    const PackedScaleRow packed = packedScaleRowFor(dst.format);
     const auto rows = [&](int slot, int slots) -> bool {
+        if (packed) {
+            for (int y = slot; y < dH; y += slots) {
+                const Taps r = tapsAt(y, vs, dy, H);
+                packed(src.planes[0] + ptrdiff_t{r.first} * src.strides[0],
+                       src.planes[0] + ptrdiff_t{r.second} * src.strides[0], columns.data(), dW,
+                       dst.planes[0] + ptrdiff_t{y} * dst.strides[0]);
+            }
+            return true;
+        }
         try {
             std::vector<NativePixel> top(static_cast<size_t>(W)), bottom(static_cast<size_t>(W));
             std::vector<NativePixel> out(static_cast<size_t>(dW));
