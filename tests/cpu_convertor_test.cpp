@@ -1,8 +1,9 @@
 // The scalar CPU convertor end to end: the copy short-cut (with the SIMD
-// convertor's), the pipeline over
-// every host format at awkward sizes on guard-page frames, scaling with and
-// without a colour stage, and the source peak from metadata. The libswscale
-// path has its own file.
+// convertor's), rows split between chunks and threads on guard-page frames,
+// worked values, scaling with and without a colour stage, and the source
+// peak from metadata. Every format pair against the pixel-by-pixel
+// reference is in cpu_vector_rows_test.cpp; the libswscale path has its own
+// file.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -95,7 +96,7 @@ TEST(CopyShortCut, DifferentStrideRequantises) {
     EXPECT_EQ(dst.plane(2)[5], 128);
 }
 
-// -------------------------------------------------- pipeline, every format
+// --------------------------------------------- rows across chunks and threads
 
 void expectMatchesReference(int32_t srcFormat, int32_t dstFormat, int w, int h) {
     const unsigned i = unsigned(srcFormat + dstFormat + w);
@@ -110,20 +111,6 @@ void expectMatchesReference(int32_t srcFormat, int32_t dstFormat, int w, int h) 
     referenceConvert(s, r, 1000);
     EXPECT_TRUE(samePlanes(got, want)) << srcFormat << " -> " << dstFormat << " at " << w << "x" << h;
 }
-
-class PipelineFormats : public ::testing::TestWithParam<int32_t> {};
-
-// Row-wise and threaded conversion equals the pixel-by-pixel reference for
-// every format pair, at sizes with odd chroma on the serial path (3 x 7) and
-// on the worker pool (17 x 13), with padded strides, on guard-page frames.
-TEST_P(PipelineFormats, MatchesPixelByPixelReference) {
-    for (int32_t dstFormat : kHostFormats) {
-        expectMatchesReference(GetParam(), dstFormat, 3, 7);
-        expectMatchesReference(GetParam(), dstFormat, 17, 13);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(AllPairs, PipelineFormats, ::testing::ValuesIn(kHostFormats));
 
 TEST(PipelineSizes, SerialThreadedAndChunkedRowsAgree) {
     const int sizes[][2] = {{1, 1}, {9, 1000}, {64, 48}, {300, 3}, {513, 11}};
