@@ -56,6 +56,21 @@ struct Avx2 {
     static I oddTwice(I v) { return _mm256_shuffle_epi32(v, _MM_SHUFFLE(3, 3, 1, 1)); }
     // Aligned int32 codes, kLanes of them.
     static I loadInt(const int32_t* p) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(p)); }
+    // 2 kLanes bytes of interleaved pairs -> the first and the second of
+    // each pair as kLanes codes.
+    static void loadPairs(const uint8_t* p, I& first, I& second) {
+        const __m256i w = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+        first = _mm256_and_si256(w, _mm256_set1_epi32(0xFFFF));
+        second = _mm256_srli_epi32(w, 16);
+    }
+    // Lanes 0, 0, 1, 1, ... of the first and of the second half of v (the
+    // unpacks work within each half; the permutes put the halves in order).
+    static F twiceLow(F v) {
+        return _mm256_permute2f128_ps(_mm256_unpacklo_ps(v, v), _mm256_unpackhi_ps(v, v), 0x20);
+    }
+    static F twiceHigh(F v) {
+        return _mm256_permute2f128_ps(_mm256_unpacklo_ps(v, v), _mm256_unpackhi_ps(v, v), 0x31);
+    }
     // kLanes four-byte pixels.
     static I loadWords(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
     static void storeWords(uint8_t* p, I v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }

@@ -58,6 +58,16 @@ struct Sse2 {
     static I oddTwice(I v) { return _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 3, 1, 1)); }
     // Aligned int32 codes, kLanes of them.
     static I loadInt(const int32_t* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
+    // 2 kLanes bytes of interleaved pairs -> the first and the second of
+    // each pair as kLanes codes.
+    static void loadPairs(const uint8_t* p, I& first, I& second) {
+        const __m128i w = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
+        first = _mm_and_si128(w, _mm_set1_epi32(0xFFFF));
+        second = _mm_srli_epi32(w, 16);
+    }
+    // Lanes 0, 0, 1, 1, ... of the first and of the second half of v.
+    static F twiceLow(F v) { return _mm_unpacklo_ps(v, v); }
+    static F twiceHigh(F v) { return _mm_unpackhi_ps(v, v); }
     // kLanes four-byte pixels.
     static I loadWords(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
     static void storeWords(uint8_t* p, I v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }

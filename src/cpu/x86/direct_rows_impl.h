@@ -40,6 +40,9 @@ inline uint8_t* rowOf(KROFrame& f, int plane, int row) {
 
 // 8-bit YUV (Yuv) -> 8-bit packed RGB (Rgb): kernels::normaliseYUV*, then
 // yuvToRgbWith, then quantiseRGB (alpha, where stored, is the full code).
+// With 8-bit samples the limited-range step is 1 and x / 1 is x exactly, so
+// that division is left out. Chroma shared by two pixels across is
+// normalised once and then given to both.
 template <class V, int32_t Yuv, int32_t Rgb, SampleRule Rule>
 int yuvToRgbRow(const ColorPlan& p, const KROFrame& src, KROFrame& dst, int y, int width) {
     using F = typename V::F;
@@ -47,47 +50,31 @@ int yuvToRgbRow(const ColorPlan& p, const KROFrame& src, KROFrame& dst, int y, i
     using S = Layout<Yuv>;
     using D = Layout<Rgb>;
     constexpr int L = V::kLanes;
-    const int whole = width / L * L;
+    constexpr int kStep = S::kShiftX == 1 ? 2 * L : L;  // pixels per vector of chroma
+    const int whole = width / kStep * kStep;
     const int cy = y >> S::kShiftY;
     const uint8_t* luma = rowOf(src, 0, y);
     const uint8_t* u = rowOf(src, 1, cy);
     const uint8_t* v = S::kSemi ? u : rowOf(src, 2, cy);
     uint8_t* out = rowOf(dst, 0, y);
-    const FormatRule& in = p.src;
     const Matrix3& m = p.yuvToRgb;
-    const F scale = V::set(in.scale), maxIn = V::set(in.maxCode), half = V::set(in.half);
+    const F maxIn = V::set(p.src.maxCode), half = V::set(p.src.half);
     const F black = V::set(kVideoBlack), lumaSpan = V::set(kVideoLumaSpan);
     const F chromaZero = V::set(kVideoChromaZero), chromaSpan = V::set(kVideoChromaSpan);
     const float maxCode = p.dst.maxCode;
     const F maxOut = V::set(maxCode);
     alignas(32) int32_t codes[3][L];
-    for (int x = 0; x < whole; x += L) {
-        I yc, uc, vc;
-        yc = V::loadBytes(luma + x);
-        if constexpr (S::kSemi) {
-            const I uv = V::loadBytes(u + x);  // pairs of pixels x .. x + L - 1
-            uc = V::evenTwice(uv);
-            vc = V::oddTwice(uv);
-        } else if constexpr (S::kShiftX == 1) {
-            uc = V::loadBytesTwice(u + x / 2);
-            vc = V::loadBytesTwice(v + x / 2);
-        } else {
-            uc = V::loadBytes(u + x);
-            vc = V::loadBytes(v + x);
-        }
-        F c0, c1, c2;
-        if constexpr (Rule == SampleRule::YUVLimited) {
-            c0 = V::div(V::sub(V::div(V::toFloat(yc), scale), black), lumaSpan);
-            c1 = V::div(V::sub(V::div(V::toFloat(uc), scale), chromaZero), chromaSpan);
-            c2 = V::div(V::sub(V::div(V::toFloat(vc), scale), chromaZero), chromaSpan);
-        } else {
-            c0 = V::div(V::toFloat(yc), maxIn);
-            c1 = V::div(V::sub(V::toFloat(uc), half), maxIn);
-            c2 = V::div(V::sub(V::toFloat(vc), half), maxIn);
-        }
-        c0 = vrows::clamp01<V>(c0);
-        c1 = vrows::clampTo<V>(c1, -0.5f, 0.5f);
-        c2 = vrows::clampTo<V>(c2, -0.5f, 0.5f);
+
+    const auto chroma = [&](I c) {
+        const F f = Rule == SampleRule::YUVLimited ? V::div(V::sub(V::toFloat(c), chromaZero), chromaSpan)
+                                                   : V::div(V::sub(V::toFloat(c), half), maxIn);
+        return vrows::clampTo<V>(f, -0.5f, 0.5f);
+    };
+    // Pixels x .. x + L - 1 with their normalised chroma.
+    const auto pixels = [&](int x, F c1, F c2) {
+        const F yf = V::toFloat(V::loadBytes(luma + x));
+        const F c0 = vrows::clamp01<V>(Rule == SampleRule::YUVLimited ? V::div(V::sub(yf, black), lumaSpan)
+                                                                      : V::div(yf, maxIn));
         const I r = vrows::toCode<V>(V::mul(vrows::clamp01<V>(vrows::dot<V>(m.m[0], c0, c1, c2)), maxOut), maxCode);
         const I g = vrows::toCode<V>(V::mul(vrows::clamp01<V>(vrows::dot<V>(m.m[1], c0, c1, c2)), maxOut), maxCode);
         const I b = vrows::toCode<V>(V::mul(vrows::clamp01<V>(vrows::dot<V>(m.m[2], c0, c1, c2)), maxOut), maxCode);
@@ -108,13 +95,35 @@ int yuvToRgbRow(const ColorPlan& p, const KROFrame& src, KROFrame& dst, int y, i
                 px[D::kB] = static_cast<uint8_t>(codes[2][i]);
             }
         }
+    };
+
+    for (int x = 0; x < whole; x += kStep) {
+        I uc, vc;
+        if constexpr (S::kSemi) {
+            V::loadPairs(u + x, uc, vc);  // the pairs of pixels x .. x + 2L - 1
+        } else if constexpr (S::kShiftX == 1) {
+            uc = V::loadBytes(u + x / 2);
+            vc = V::loadBytes(v + x / 2);
+        } else {
+            uc = V::loadBytes(u + x);
+            vc = V::loadBytes(v + x);
+        }
+        const F cu = chroma(uc), cv = chroma(vc);
+        if constexpr (S::kShiftX == 1) {
+            pixels(x, V::twiceLow(cu), V::twiceLow(cv));
+            pixels(x + L, V::twiceHigh(cu), V::twiceHigh(cv));
+        } else {
+            pixels(x, cu, cv);
+        }
     }
     return whole;
 }
 
 // 8-bit packed RGB (Rgb) -> 8-bit YUV (Yuv): kernels::normaliseRGB, then
-// rgbToYuvWith, then quantiseYUV*. Chroma is stored from the top-left pixel
-// of each chroma block, as the sample writers do.
+// rgbToYuvWith, then quantiseYUV*. Chroma is worked out and stored only on
+// the rows and at the pixels that carry it (the top-left pixel of each
+// chroma block, as the sample writers do); the limited-range step of 8-bit
+// samples is 1, and x * 1 is x exactly, so that product is left out.
 template <class V, int32_t Rgb, int32_t Yuv, SampleRule Rule>
 int rgbToYuvRow(const ColorPlan& p, const KROFrame& src, KROFrame& dst, int y, int width) {
     using F = typename V::F;
@@ -133,7 +142,7 @@ int rgbToYuvRow(const ColorPlan& p, const KROFrame& src, KROFrame& dst, int y, i
     const F maxIn = V::set(p.src.maxCode);
     const FormatRule& out = p.dst;
     const float maxCode = out.maxCode;
-    const F scale = V::set(out.scale), maxOut = V::set(maxCode), half = V::set(out.half);
+    const F maxOut = V::set(maxCode), half = V::set(out.half);
     const F black = V::set(kVideoBlack), lumaSpan = V::set(kVideoLumaSpan);
     const F chromaZero = V::set(kVideoChromaZero), chromaSpan = V::set(kVideoChromaSpan);
     alignas(32) int32_t codes[3][L];
@@ -159,22 +168,19 @@ int rgbToYuvRow(const ColorPlan& p, const KROFrame& src, KROFrame& dst, int y, i
         const F g = vrows::clamp01<V>(V::div(V::toFloat(gc), maxIn));
         const F b = vrows::clamp01<V>(V::div(V::toFloat(bc), maxIn));
         const F c0 = vrows::clamp01<V>(vrows::dot<V>(m.m[0], r, g, b));
+        V::storeBytes(luma + x, Rule == SampleRule::YUVLimited
+                                    ? vrows::toCode<V>(V::add(V::mul(c0, lumaSpan), black), maxCode)
+                                    : vrows::toCode<V>(V::mul(c0, maxOut), maxCode));
+        if (!chromaRow) continue;
         const F c1 = vrows::clampTo<V>(vrows::dot<V>(m.m[1], r, g, b), -0.5f, 0.5f);
         const F c2 = vrows::clampTo<V>(vrows::dot<V>(m.m[2], r, g, b), -0.5f, 0.5f);
-        I yc, uc, vc;
         if constexpr (Rule == SampleRule::YUVLimited) {
-            yc = vrows::toCode<V>(V::mul(V::add(V::mul(c0, lumaSpan), black), scale), maxCode);
-            uc = vrows::toCode<V>(V::mul(V::add(V::mul(c1, chromaSpan), chromaZero), scale), maxCode);
-            vc = vrows::toCode<V>(V::mul(V::add(V::mul(c2, chromaSpan), chromaZero), scale), maxCode);
+            V::storeInt(codes[1], vrows::toCode<V>(V::add(V::mul(c1, chromaSpan), chromaZero), maxCode));
+            V::storeInt(codes[2], vrows::toCode<V>(V::add(V::mul(c2, chromaSpan), chromaZero), maxCode));
         } else {
-            yc = vrows::toCode<V>(V::mul(c0, maxOut), maxCode);
-            uc = vrows::toCode<V>(V::add(V::mul(c1, maxOut), half), maxCode);
-            vc = vrows::toCode<V>(V::add(V::mul(c2, maxOut), half), maxCode);
+            V::storeInt(codes[1], vrows::toCode<V>(V::add(V::mul(c1, maxOut), half), maxCode));
+            V::storeInt(codes[2], vrows::toCode<V>(V::add(V::mul(c2, maxOut), half), maxCode));
         }
-        V::storeBytes(luma + x, yc);
-        if (!chromaRow) continue;
-        V::storeInt(codes[1], uc);
-        V::storeInt(codes[2], vc);
         for (int i = 0; i < L; i += 1 << D::kShiftX) {
             const ptrdiff_t cx = (x + i) >> D::kShiftX;
             if constexpr (D::kSemi) {
@@ -235,7 +241,7 @@ DirectRow rowFor(const ColorPlan& p, int32_t srcFormat, int32_t dstFormat) {
                !r.hasAlpha;
     };
     const auto rgb8 = [](const FormatRule& r) { return r.kind == SampleRule::RGB && r.maxCode == kFullScale8; };
-    if (p.linearStages) return nullptr;
+    if (p.linearStages || p.src.scale != 1.0f || p.dst.scale != 1.0f) return nullptr;  // 8-bit only
     if (p.toRgb == MatrixStage::Fixed && p.toYuv == MatrixStage::None && yuv8(p.src) && rgb8(p.dst))
         return p.src.kind == SampleRule::YUVLimited ? forYuv<V, SampleRule::YUVLimited>(srcFormat, dstFormat, true)
                                                     : forYuv<V, SampleRule::YUVFull>(srcFormat, dstFormat, true);
