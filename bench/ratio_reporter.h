@@ -27,7 +27,7 @@ public:
         for (const auto& p : pairs) {
             const auto a = millis_.find(p.first), b = millis_.find(p.second);
             if (a == millis_.end() || b == millis_.end()) continue;
-            std::printf("%-58s %10.3f %10.3f %7.2fx\n", (p.first + " / " + p.second).c_str(), a->second,
+            std::printf("%-58s %10.4g %10.4g %7.2fx\n", (p.first + " / " + p.second).c_str(), a->second,
                         b->second, b->second / a->second);
         }
     }

@@ -3,8 +3,10 @@
 // conversion writes as the physical limit. Our convertors run through the
 // public API with their own worker threads; each peer runs single-threaded
 // and on two threads (the frame cut into two row bands), as an application
-// would call it. After the timings the program prints the ratios and each
-// peer's largest difference from our scalar output on the same input.
+// would call it. After the timings the program prints the ratios of both of
+// our paths to memcpy and to every peer, and each peer's largest difference
+// from our scalar output on the same input. A 64x64 row shows what a call
+// costs before the pixels count.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -37,6 +39,7 @@ using namespace KROCOLOR;
 namespace {
 
 constexpr int kW = 1920, kH = 1080;
+constexpr int kTiny = 64;  // the small frame: what a call costs before the pixels count
 
 // ---- frames -----------------------------------------------------------------
 
@@ -311,6 +314,8 @@ struct Frames {
     Image smallScalar = rgba(1280, 720), smallSimd = rgba(1280, 720), smallPeer = rgba(1280, 720),
           smallPlanesPeer = planes8(1280, 720, 4);
     Image copyOut = rgba(kW, kH);
+    // The small-frame row reads the top-left corner of nv12In in place.
+    Image tinyScalar = rgba(kTiny, kTiny), tinySimd = rgba(kTiny, kTiny), tinyPeer = rgba(kTiny, kTiny);
 
     // Smooth test pictures (ramps and slow waves with a little texture):
     // differences between filters and matrices then mean what they say,
@@ -412,6 +417,31 @@ std::vector<Conversion> buildTable() {
                           zimgParams(ZIMG_RESIZE_BILINEAR, false, 100.0), F.yuvIn, F.rgbPlanesPeer);
         z.difference = rgbPlanesDiff;
         c.peers.push_back(z);
+#endif
+        table.push_back(std::move(c));
+    }
+
+    // A 64x64 NV12 frame to RGBA end to end.
+    {
+        Conversion c;
+        c.name = "NV12toRGBA64x64";
+        addOurs(c, kTiny, kTiny, kKRONV12Format, kTiny, kTiny, kKRORGBA8888Format, bt709ToRgb, F.nv12In, F.tinyScalar,
+                F.tinySimd);
+#ifdef KRO_HAVE_LIBYUV
+        Peer yuv;
+        yuv.name = "libyuv";
+        yuv.run = [&F](int threads) {
+            inBands(threads, [&](int b, int n) {
+                auto ip = F.nv12In.inAt(b * kTiny / n);
+                auto op = F.tinyPeer.outAt(b * kTiny / n);
+                libyuv::NV12ToABGRMatrix(ip[0], F.nv12In.strides[0], ip[1], F.nv12In.strides[1], op[0],
+                                         F.tinyPeer.strides[0], &libyuv::kYuvH709Constants, kTiny, kTiny / n);
+            });
+        };
+        yuv.difference = [&F] {
+            return compareBytes({{F.tinyScalar.data[0].data(), F.tinyPeer.data[0].data()}}, F.tinyScalar.data[0].size());
+        };
+        c.peers.push_back(yuv);
 #endif
         table.push_back(std::move(c));
     }
@@ -608,10 +638,12 @@ int main(int argc, char** argv) {
     std::vector<std::pair<std::string, std::string>> pairs;
     for (Conversion& c : table()) {
         pairs.push_back({c.name + "_simd", c.name + "_scalar"});
-        pairs.push_back({c.name + "_simd", c.name + "_memcpy_1t"});
-        pairs.push_back({c.name + "_simd", c.name + "_memcpy_2t"});
-        for (Peer& p : c.peers)
-            for (int t : {1, 2}) pairs.push_back({c.name + "_simd", c.name + "_" + p.name + "_" + std::to_string(t) + "t"});
+        for (const char* ours : {"_scalar", "_simd"}) {
+            pairs.push_back({c.name + ours, c.name + "_memcpy_1t"});
+            pairs.push_back({c.name + ours, c.name + "_memcpy_2t"});
+            for (Peer& p : c.peers)
+                for (int t : {1, 2}) pairs.push_back({c.name + ours, c.name + "_" + p.name + "_" + std::to_string(t) + "t"});
+        }
     }
     reporter.printRatios(pairs);
     printDifferences();
