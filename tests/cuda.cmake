@@ -5,7 +5,9 @@
 include(${PROJECT_SOURCE_DIR}/tools/cuda_standin/standin.cmake)
 
 file(GLOB KRO_CUDA_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/cuda/*_test.cpp)
-add_executable(kro_cuda_tests ${KRO_CUDA_TEST_SOURCES})
+# The GPU test hook, program model and shared conversion cases come along.
+add_executable(kro_cuda_tests ${KRO_CUDA_TEST_SOURCES} ${CMAKE_CURRENT_LIST_DIR}/support/gpu_backend.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/support/gpu_program_model.cpp ${CMAKE_CURRENT_LIST_DIR}/support/gpu_conversion_cases.cpp)
 target_include_directories(kro_cuda_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${FFNVCODEC_INCLUDE_DIRS})
 target_link_libraries(kro_cuda_tests PRIVATE kro_internal GTest::gtest GTest::gtest_main)
 add_dependencies(kro_cuda_tests kro_cuda_standin)

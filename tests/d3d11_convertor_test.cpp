@@ -22,36 +22,13 @@ extern "C" {
 #include "d3d11/d3d11_context.h"
 #include "support/av_formats.h"
 #include "support/d3d11_backend.h"
-#include "support/d3d11_program_model.h"
+#include "support/gpu_conversion_cases.h"
 #include "support/format_sweep.h"
 
 using namespace KROCOLOR;
 using namespace KROCOLOR::test;
 
 namespace {
-
-struct Colour {
-    int32_t primaries, transfer, matrix, range;
-};
-struct ColourCase {
-    const char* name;
-    Colour src, dst;
-};
-
-const ColourCase kColourCases[] = {
-    {"identical descriptions", {1, 1, 1, 1}, {1, 1, 1, 1}},
-    {"BT709 limited to full range", {1, 1, 1, 1}, {1, 1, 1, 2}},
-    {"BT601 to BT709", {5, 6, 5, 1}, {1, 1, 1, 1}},
-    {"BT2020 PQ read as BT709-coded", {9, 16, 9, 1}, {1, 1, 1, 2}},
-    {"HLG to BT709", {9, 18, 9, 1}, {1, 1, 1, 2}},
-    {"BT709 to HLG", {1, 1, 1, 2}, {9, 18, 9, 1}},
-    {"Adobe RGB gamma 2.2 to BT709", {23, 4, 1, 2}, {1, 1, 1, 1}},
-    {"sRGB to BT601 525", {1, 13, 1, 2}, {6, 6, 6, 1}},
-    {"xvYCC to BT2020 constant luminance 12-bit", {1, 11, 1, 1}, {9, 15, 10, 2}},
-    {"BT2020 constant luminance to YCgCo", {9, 14, 10, 1}, {5, 5, 8, 2}},
-};
-constexpr int kColourCaseCount = sizeof(kColourCases) / sizeof(kColourCases[0]);
-const int32_t kTextureFormats[] = {401, 402, 403, 404, 406};
 
 D3D11Backend& device() { return d3d11Backend(); }
 
@@ -63,75 +40,17 @@ D3D11Backend& device() { return d3d11Backend(); }
 SideDescription side(int32_t format, int w, int h, const Colour& c) {
     return {format, w, h, c.primaries, c.transfer, c.matrix, c.range};
 }
-ProgramDescription program(int32_t format, const Colour& c) {
-    return {format, c.range, c.primaries, c.transfer, c.matrix};
-}
-
-// The program's result for texture formats: a colour pass at the source
-// size and, when the sizes differ, the scaling pass.
-void expectProgram(const FrameBuffers& in, int32_t sf, const Colour& s, FrameBuffers& out, int32_t df,
-                   const Colour& d) {
-    if (in.width() == out.width() && in.height() == out.height()) {
-        modelColorPass(in, program(sf, s), out, program(df, d));
-        return;
-    }
-    FrameBuffers between(textureTwin(df), in.width(), in.height());
-    modelColorPass(in, program(sf, s), between, program(df, d));
-    modelScalePass(between, out, df, d.range);
-}
-
-struct Geometry {
-    int sw, sh, dw, dh;
-};
-// Partial thread groups on both axes (38 x 22 against 32 x 16), halving-ish
-// reduction and enlargement; even sizes, as NV12 and P010 textures need.
-const Geometry kGeometries[] = {{38, 22, 38, 22}, {38, 22, 20, 12}, {38, 22, 70, 34}};
 
 TEST(D3D11Convertor, TexturePairsAgreeWithTheProgramFormulas) {
     REQUIRE_DEVICE();
-    int caseIndex = 0;
-    uint32_t seed = 11;
-    for (int32_t sf : kTextureFormats)
-        for (int32_t df : kTextureFormats)
-            for (const Geometry& g : kGeometries) {
-                const ColourCase& c = kColourCases[caseIndex++ % kColourCaseCount];
-                FrameBuffers in(textureTwin(sf), g.sw, g.sh), out(textureTwin(df), g.dw, g.dh),
-                    expected(textureTwin(df), g.dw, g.dh);
-                in.fillRandom(seed++);
-                out.fillRandom(seed++);
-                ASSERT_EQ(runGpuConversion(device(), side(sf, g.sw, g.sh, c.src), in, side(df, g.dw, g.dh, c.dst), out),
-                          kKROSuccess);
-                expectProgram(in, sf, c.src, expected, df, c.dst);
-                EXPECT_LE(largestTextureCodeDifference(out, expected, df), 1)
-                    << c.name << ": " << sf << " " << g.sw << "x" << g.sh << " -> " << df << " " << g.dw << "x" << g.dh;
-            }
+    checkFormatPairs(device());
 }
 
-// Curve and primaries selection on 16-bit RGBA input: every transfer of the
-// program's table into BT.709 and every primaries pair it knows (and two it
-// does not). A changed description forces alpha to 1.
+// PQ is read as BT.709-coded, gamma 2.2 through the BT.601 pair; a changed
+// description forces alpha to 1.
 TEST(D3D11Convertor, CurvesAndPrimariesFollowTheProgramsOwnChoice) {
     REQUIRE_DEVICE();
-    std::vector<ColourCase> cases;
-    for (int32_t t : {0, 1, 4, 5, 6, 8, 11, 13, 14, 15, 16, 17, 18, 19, 100})
-        cases.push_back({"transfer into BT.709", {1, t, 0, 2}, {1, t == 1 ? 6 : 1, 0, 2}});
-    const int32_t pairs[][2] = {{9, 1}, {9, 5}, {9, 6}, {5, 1}, {5, 9}, {1, 6},
-                                {1, 5}, {1, 9}, {6, 1}, {6, 9}, {23, 1}, {12, 1}, {1, 23}};
-    for (const auto& p : pairs) cases.push_back({"primaries pair", {p[0], 1, 0, 2}, {p[1], 1, 0, 2}});
-    uint32_t seed = 500;
-    for (const ColourCase& c : cases)
-        for (int32_t df : {401, 406}) {
-            FrameBuffers in(kKRORGBA16LEFormat, 40, 18), out(textureTwin(df), 40, 18), expected(textureTwin(df), 40, 18);
-            in.fillRandom(seed++);
-            ASSERT_EQ(runGpuConversion(device(), side(406, 40, 18, c.src), in, side(df, 40, 18, c.dst), out), kKROSuccess);
-            expectProgram(in, 406, c.src, expected, df, c.dst);
-            EXPECT_LE(largestTextureCodeDifference(out, expected, df), 1)
-                << c.name << " " << c.src.primaries << "/" << c.src.transfer << " -> " << c.dst.primaries << "/"
-                << c.dst.transfer << " into " << df;
-            if (df == 401) {
-                for (int i = 0; i < 40 * 18; ++i) ASSERT_EQ(out.plane(0)[i * 4 + 3], 255) << c.name;
-            }
-        }
+    checkCurvesAndPrimaries(device(), 406, {401, 406});
 }
 
 // Identical descriptions still normalise and quantise again: an NV12 luma of
@@ -238,8 +157,8 @@ TEST(D3D11Convertor, HostFramesOfEveryFormatThroughTheStagingPaths) {
                 std::memcpy(staged.plane(0), host.plane(0), host.size(0));
             else
                 swscaleLayout(host, staged);
-            modelColorPass(staged, program(texture, s), expected, program(texture, d));
-            EXPECT_LE(largestTextureCodeDifference(out, expected, texture), 1) << "upload of " << f;
+            modelConversion(GpuProgram::D3D11, staged, s, expected, d);
+            EXPECT_LE(largestCodeDifference(out, expected), 1) << "upload of " << f;
         }
 
         FrameBuffers texel(textureTwin(texture), kW, kH), onGpu(textureTwin(texture), kW, kH), back(f, kW, kH),
@@ -249,7 +168,7 @@ TEST(D3D11Convertor, HostFramesOfEveryFormatThroughTheStagingPaths) {
         reference.fillRandom(seed++);
         ASSERT_EQ(runGpuConversion(device(), side(texture, kW, kH, s), texel, side(f, kW, kH, d), back), kKROSuccess)
             << f;
-        modelColorPass(texel, program(texture, s), onGpu, program(texture, d));
+        modelConversion(GpuProgram::D3D11, texel, s, onGpu, d);
         if (direct && f != kKRORGB888Format)
             std::memcpy(reference.plane(0), onGpu.plane(0), onGpu.size(0));
         else if (f != kKROCMYK8888Format)
@@ -261,7 +180,7 @@ TEST(D3D11Convertor, HostFramesOfEveryFormatThroughTheStagingPaths) {
 // Host to host with scaling through the direct staging formats.
 TEST(D3D11Convertor, DirectStagingFormatsHostToHost) {
     REQUIRE_DEVICE();
-    const ColourCase& c = kColourCases[2];
+    const Colour s{5, 6, 5, 1}, d{1, 1, 1, 1};
     uint32_t seed = 1300;
     for (int32_t sf : {101, 102, 114})
         for (int32_t df : {102, 114}) {
@@ -273,9 +192,9 @@ TEST(D3D11Convertor, DirectStagingFormatsHostToHost) {
                 for (int k = 0; k < (sf == 114 ? 8 : 4); ++k)
                     rgba.plane(0)[i * (sf == 114 ? 8 : 4) + k] =
                         sf == 101 ? (k < 3 ? host.plane(0)[i * 3 + k] : 255) : host.plane(0)[i * (sf == 114 ? 8 : 4) + k];
-            ASSERT_EQ(runGpuConversion(device(), side(sf, 38, 22, c.src), host, side(df, 19, 11, c.dst), out), kKROSuccess);
-            expectProgram(rgba, sf == 114 ? 406 : 401, c.src, expected, df == 114 ? 406 : 401, c.dst);
-            EXPECT_LE(largestTextureCodeDifference(out, expected, df == 114 ? 406 : 401), 1) << sf << " -> " << df;
+            ASSERT_EQ(runGpuConversion(device(), side(sf, 38, 22, s), host, side(df, 19, 11, d), out), kKROSuccess);
+            modelConversion(GpuProgram::D3D11, rgba, s, expected, d);
+            EXPECT_LE(largestCodeDifference(out, expected), 1) << sf << " -> " << df;
         }
 }
 

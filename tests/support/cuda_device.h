@@ -1,14 +1,16 @@
 // Running conversions on the CUDA backend from tests: a session that loads
-// the driver and makes device 0's primary context current, and device copies
-// of host frames (same strides, one device allocation per plane). Uses only
+// the driver and makes device 0's primary context current, and the backend's
+// row of the GPU test hook. Uses only
 // the public KROCuda operations, so it works with any libcuda.so.1 the
 // loader finds (a real driver or the CPU stand-in).
 #pragma once
 
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "KROColorFunctions.h"
-#include "support/host_frame.h"
+#include "support/gpu_backend.h"
 
 namespace KROCOLOR {
 namespace test {
@@ -42,36 +44,64 @@ private:
     std::string why_;
 };
 
-// A device frame in `deviceFormat` laid out like `host` (the format's host
-// twin), with the host frame's strides and colour description.
-class DeviceCopy {
+// The CUDA row of the GPU test hook: device frames with the host twin's
+// strides, one device allocation per plane, copied with the driver.
+class CudaBackend : public GpuBackend {
 public:
-    DeviceCopy(const HostFrame& host, int32_t deviceFormat) : host_(host) {
-        frame = host.frame;
-        frame.format = deviceFormat;
-        for (int p = 0; p < host.planes; ++p) frame.planes[p] = static_cast<uint8_t*>(KROCuda::malloc(host.sizes[p]));
+    explicit CudaBackend(const CudaSession& session) : session_(session) {}
+    const char* name() const override { return "cuda"; }
+    std::string unavailable() const override { return session_.why(); }
+    KROHWContext context() const override {
+        KROHWContext c;
+        c.srcType = c.dstType = kKROHWTypeCUDA;
+        c.srcHandle = c.dstHandle = session_.context();
+        return c;
     }
-    ~DeviceCopy() {
-        for (uint8_t* p : frame.planes) KROCuda::free(p);
+    GpuProgram program() const override { return GpuProgram::Cuda; }
+    std::vector<int32_t> deviceFormats() const override {
+        return {301, 302, 310, 311, 303, 304, 305, 306, 307, 308, 309, 317, 318, 319, 320, 321};
     }
-    DeviceCopy(const DeviceCopy&) = delete;
-    DeviceCopy& operator=(const DeviceCopy&) = delete;
-
-    bool upload() const {
-        for (int p = 0; p < host_.planes; ++p)
-            if (!KROCuda::memcpyHtoD(frame.planes[p], host_.frame.planes[p], host_.sizes[p])) return false;
+    bool isDeviceFormat(int32_t format) const override { return format >= 301 && format <= 321; }
+    // Host frames are staged into these same formats, so converting them
+    // must give what converting device frames gives.
+    bool stagesHostTwins() const override { return true; }
+    int32_t hostTwin(int32_t deviceFormat) const override {
+        const int32_t host[] = {101, 102, 119, 120, 103, 104, 106, 107, 108, 109, 110, 111, 112, 113, 124, 125};
+        const std::vector<int32_t> device = deviceFormats();
+        for (size_t i = 0; i < device.size(); ++i)
+            if (device[i] == deviceFormat) return host[i];
+        return 0;
+    }
+    std::unique_ptr<DeviceFrame> upload(int32_t, const FrameBuffers& pixels) override {
+        auto frame = std::make_unique<Frame>(pixels);
+        for (int p = 0; p < pixels.planeCount(); ++p)
+            if (!frame->planes_[p] || !KROCuda::memcpyHtoD(frame->planes_[p], pixels.plane(p), pixels.size(p)))
+                return nullptr;
+        return frame;
+    }
+    bool download(const DeviceFrame& frame, FrameBuffers& pixels) override {
+        for (int p = 0; p < pixels.planeCount(); ++p)
+            if (!KROCuda::memcpyDtoH(pixels.plane(p), frame.planes()[p], pixels.size(p))) return false;
         return true;
     }
-    bool download(HostFrame& into) const {
-        for (int p = 0; p < host_.planes; ++p)
-            if (!KROCuda::memcpyDtoH(into.frame.planes[p], frame.planes[p], host_.sizes[p])) return false;
-        return true;
-    }
-
-    KROFrame frame;
 
 private:
-    const HostFrame& host_;
+    struct Frame : DeviceFrame {
+        explicit Frame(const FrameBuffers& pixels) {
+            for (int p = 0; p < pixels.planeCount(); ++p) {
+                planes_[p] = static_cast<uint8_t*>(KROCuda::malloc(pixels.size(p)));
+                strides_[p] = pixels.stride(p);
+            }
+        }
+        ~Frame() override {
+            for (uint8_t* p : planes_) KROCuda::free(p);
+        }
+        const uint8_t* const* planes() const override { return planes_; }
+        const int* strides() const override { return strides_; }
+        uint8_t* planes_[4] = {nullptr, nullptr, nullptr, nullptr};
+        int strides_[4] = {0, 0, 0, 0};
+    };
+    const CudaSession& session_;
 };
 
 }  // namespace test

@@ -4,7 +4,6 @@
 
 #include <cstring>
 
-#include "support/d3d11_program_model.h"
 
 namespace KROCOLOR {
 namespace test {
@@ -17,6 +16,17 @@ DXGI_FORMAT dxgiFormatOf(int32_t textureFormat) {
     case 404: return DXGI_FORMAT_P010;
     case 406: return DXGI_FORMAT_R16G16B16A16_UNORM;
     default: return DXGI_FORMAT_UNKNOWN;
+    }
+}
+
+int32_t textureTwin(int32_t textureFormat) {
+    switch (textureFormat) {
+    case 401: return kKRORGBA8888Format;
+    case 402: return kKROBGRA8888Format;
+    case 403: return kKRONV12Format;
+    case 404: return kKRONV1210LEFormat;
+    case 406: return kKRORGBA16LEFormat;
+    default: return 0;
     }
 }
 

@@ -31,6 +31,8 @@ public:
     const char* name() const override { return "d3d11"; }
     std::string unavailable() const override;
     KROHWContext context() const override;
+    GpuProgram program() const override { return GpuProgram::D3D11; }
+    std::vector<int32_t> deviceFormats() const override { return {401, 402, 403, 404, 406}; }
     bool isDeviceFormat(int32_t format) const override { return format >= 401 && format <= 406; }
     int32_t hostTwin(int32_t deviceFormat) const override;
     std::unique_ptr<DeviceFrame> upload(int32_t deviceFormat, const FrameBuffers& pixels) override;
@@ -48,6 +50,9 @@ private:
 D3D11Backend& d3d11Backend();
 
 DXGI_FORMAT dxgiFormatOf(int32_t textureFormat);
+// The host format laid out like a texture format (401 as 102, 402 as 120,
+// 403 as 103, 404 as 108, 406 as 114).
+int32_t textureTwin(int32_t textureFormat);
 
 }  // namespace test
 }  // namespace KROCOLOR

@@ -8,9 +8,11 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "KROColorFunctions.h"
 #include "support/frame_buffers.h"
+#include "support/gpu_program_model.h"
 
 namespace KROCOLOR {
 namespace test {
@@ -31,6 +33,12 @@ public:
     virtual std::string unavailable() const = 0;
     // Both sides of the context name this backend's device.
     virtual KROHWContext context() const = 0;
+    // Whose formulas its conversions follow.
+    virtual GpuProgram program() const = 0;
+    // The device formats its conversions between device frames take.
+    virtual std::vector<int32_t> deviceFormats() const = 0;
+    // True where a host frame of a twin format converts as its device frame.
+    virtual bool stagesHostTwins() const { return false; }
     // True for the formats of this backend's own memory family.
     virtual bool isDeviceFormat(int32_t format) const = 0;
     // The host format whose bytes lay out a device format's samples (the
