@@ -15,7 +15,7 @@
 #include "gles/gl_render_context.h"
 #include "support/gles_fixture.h"
 #include "support/format_sweep.h"
-#include "support/hlg_reference.h"
+#include "support/gpu_program_model.h"
 #include "support/frame_buffers.h"
 
 using namespace KROCOLOR;
@@ -24,122 +24,37 @@ using KROCOLOR::test::GLESTest;
 
 namespace {
 
-// ---- the curves, from their published formulas ------------------------
-double video(double x, bool eotf, double alpha, double beta, bool clampIt) {
-    double y = eotf ? (x < 4.5 * beta ? x / 4.5 : std::pow((x + alpha - 1) / alpha, 1 / 0.45))
-                    : (x < beta ? 4.5 * x : alpha * std::pow(x, 0.45) - (alpha - 1));
-    return clampIt ? std::fmin(std::fmax(y, 0.0), 1.0) : y;
-}
-double srgb(double x, bool eotf) {
-    const double y = eotf ? (x < 0.04045 ? x / 12.92 : std::pow((x + 0.055) / 1.055, 2.4))
-                          : (x < 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055);
-    return std::fmin(std::fmax(y, 0.0), 1.0);
-}
-// Generic curves; HLG and PQ are handled on whole pixels below.
-double curve(int transfer, double x, bool eotf) {
-    switch (transfer) {
-    case 1: return video(x, eotf, 1.099, 0.018, !eotf);
-    case 6: case 14: return video(x, eotf, 1.099, 0.018, false);
-    case 15: return video(x, eotf, 1.0993, 0.0181, false);
-    case 13: return srgb(x, eotf);
-    default: return x;  // no curve of its own here
-    }
-}
-constexpr double kM1 = 2610.0 / 16384, kM2 = 2523.0 / 4096 * 128, kC1 = 3424.0 / 4096, kC2 = 2413.0 / 4096 * 32,
-                 kC3 = 2392.0 / 4096 * 32;
-
-struct Rgba {
-    double c[4];
-};
-
-Rgba removeTransfer(Rgba p, int transfer, int dstTransfer, double peak) {
-    if (transfer == 18) {  // HLG at a nominal 203 cd/m2, black 0.005 cd/m2
-        Rgba r{{0, 0, 0, 1}};
-        test::hlgToDisplayLight(p.c, r.c);
-        return r;
-    }
-    for (int k = 0; k < 3; ++k) {
-        if (transfer == 16) {
-            const double ratio = dstTransfer == 18 ? 10 : dstTransfer == 16 ? 10000 / peak : 20;
-            const double f = std::pow(p.c[k], 1 / kM2);
-            const double l = std::pow(std::fmax(0.0, f - kC1) / (kC2 - kC3 * f), 1 / kM1) * ratio;
-            p.c[k] = std::fmin(std::fmax(l, 0.0), 1.0);
-        } else {
-            p.c[k] = curve(transfer, p.c[k], true);
-        }
-    }
-    return p;
-}
-
-Rgba applyTransfer(Rgba p, int transfer, int srcTransfer) {
-    for (int k = 0; k < 3; ++k) {
-        const double x = p.c[k];
-        if (transfer == 18) {
-            p.c[k] = x > 1.0 / 12 ? test::kHlgA * std::log(12 * x - test::kHlgB) + test::kHlgC : std::sqrt(3 * x);
-        } else if (transfer == 16) {
-            const double f = std::pow(x * (srcTransfer == 16 || srcTransfer == 18 ? 0.1 : 0.05), kM1);
-            p.c[k] = std::fmin(std::pow((kC1 + kC2 * f) / (1 + kC3 * f), kM2), 1.0);
-        } else {
-            p.c[k] = curve(transfer, x, false);
-        }
-    }
-    return p;
-}
-
-struct Light {
-    int primaries, transfer;
-};
 struct ColourCase {
     const char* name;
-    Light src, dst;
-    const Matrix3* matrix;  // the table this pair converts with
-    const char* peak;       // "src_max_luminance", or null
+    test::Colour src, dst;
+    const char* peak;  // "src_max_luminance", or null
 };
 
 const ColourCase kCases[] = {
-    {"BT.709 to BT.2020", {1, 1}, {9, 14}, &kBT709ToBT2020, nullptr},
-    {"sRGB BT.601 to BT.709", {5, 13}, {1, 1}, &kBT601ToBT709, nullptr},
-    {"PQ mastered at 1000 keeps luminance", {9, 16}, {1, 16}, &kBT2020ToBT709, "1000"},
-    {"PQ at the default peak is a tenth as bright", {9, 16}, {1, 16}, &kBT2020ToBT709, nullptr},
-    {"PQ to SDR: 500 cd/m2 at 1, clamped above", {9, 16}, {9, 1}, &kIdentity, nullptr},
-    {"PQ to HLG", {9, 16}, {9, 18}, &kIdentity, nullptr},
-    {"HLG to SDR BT.709", {9, 18}, {1, 1}, &kBT2020ToBT709, nullptr},
-    {"SDR to HLG", {1, 1}, {9, 18}, &kBT709ToBT2020, nullptr},
-    {"SDR to PQ", {1, 1}, {9, 16}, &kBT709ToBT2020, nullptr},
-    {"Display P3 to BT.601 525, sRGB to BT.601 curves", {12, 13}, {6, 6}, &kDisplayP3toBT601_525, nullptr},
-    {"gamma 2.2 has no curve here", {1, 4}, {1, 1}, &kIdentity, nullptr},
-    {"BT.2020 12-bit to BT.601 525", {9, 15}, {6, 6}, &kBT2020ToBT601_525, nullptr},
+    {"BT.709 to BT.2020", {1, 1}, {9, 14}, nullptr},
+    {"sRGB BT.601 to BT.709", {5, 13}, {1, 1}, nullptr},
+    {"PQ mastered at 1000 keeps luminance", {9, 16}, {1, 16}, "1000"},
+    {"PQ at the default peak is a tenth as bright", {9, 16}, {1, 16}, nullptr},
+    {"PQ to SDR: 500 cd/m2 at 1, clamped above", {9, 16}, {9, 1}, nullptr},
+    {"PQ to HLG", {9, 16}, {9, 18}, nullptr},
+    {"HLG to SDR BT.709", {9, 18}, {1, 1}, nullptr},
+    {"SDR to HLG", {1, 1}, {9, 18}, nullptr},
+    {"SDR to PQ", {1, 1}, {9, 16}, nullptr},
+    {"Display P3 to BT.601 525, sRGB to BT.601 curves", {12, 13}, {6, 6}, nullptr},
+    {"gamma 2.2 has no curve here", {1, 4}, {1, 1}, nullptr},
+    {"BT.2020 12-bit to BT.601 525", {9, 15}, {6, 6}, nullptr},
 };
 
-// The primaries pairs the render pass converts (BT.601 625 = 5, 525 = 6,
-// DCI-P3 = 11, Display P3 = 12, Adobe RGB = 23); every other pair of
-// kPrimaries, ProPhoto's and those into the P3s from BT.709, BT.601 and
-// BT.2020 included, keeps its values.
-const struct {
-    int src, dst;
-    const Matrix3* table;
-} kKnownPairs[] = {
-    {9, 1, &kBT2020ToBT709},      {9, 5, &kBT2020ToBT601},       {9, 6, &kBT2020ToBT601_525},
-    {5, 1, &kBT601ToBT709},       {5, 9, &kBT601ToBT2020},       {1, 6, &kBT709ToBT601_525},
-    {1, 5, &kBT709ToBT601},       {1, 9, &kBT709ToBT2020},       {6, 1, &kBT601_525toBT709},
-    {6, 9, &kBT601_525toBT2020},  {11, 6, &kDCIP3toBT601_525},   {11, 5, &kDCIP3toBT601},
-    {11, 1, &kDCIP3toBT709},      {11, 9, &kDCIP3toBT2020},      {11, 12, &kDCIP3toDisplayP3},
-    {12, 6, &kDisplayP3toBT601_525}, {12, 5, &kDisplayP3toBT601}, {12, 1, &kDisplayP3toBT709},
-    {12, 9, &kDisplayP3toBT2020}, {12, 11, &kDisplayP3toDCIP3},  {23, 1, &kAdobeRGBtoBT709},
-};
-constexpr int kPrimaries[] = {1, 5, 6, 9, 11, 12, 23, 24};
-
-// The curve cases, then every primaries pair with BT.709 curves on both sides.
+// The curve cases, then every primaries pair with BT.709 curves on both
+// sides: the render pass converts the pairs among BT.709, BT.601 625 and
+// 525, BT.2020, DCI-P3, Display P3 and Adobe RGB to BT.709 that have a table;
+// every other pair (ProPhoto's, those into the P3s from BT.709, BT.601 and
+// BT.2020 included) keeps its values.
 std::vector<ColourCase> allCases() {
     std::vector<ColourCase> cases(std::begin(kCases), std::end(kCases));
-    for (int sp : kPrimaries)
-        for (int dp : kPrimaries) {
-            if (sp == dp) continue;
-            const Matrix3* table = &kIdentity;
-            for (const auto& k : kKnownPairs)
-                if (k.src == sp && k.dst == dp) table = k.table;
-            cases.push_back({"primaries pair", {sp, 1}, {dp, 1}, table, nullptr});
-        }
+    for (int sp : {1, 5, 6, 9, 11, 12, 23, 24})
+        for (int dp : {1, 5, 6, 9, 11, 12, 23, 24})
+            if (sp != dp) cases.push_back({"primaries pair", {sp, 1}, {dp, 1}, nullptr});
     return cases;
 }
 
@@ -150,23 +65,24 @@ std::vector<ColourCase> allCases() {
 // is some hundred times that of pow), and the PQ OETF's infinite slope at
 // black turns such an error in a near-zero channel into several codes.
 struct Expected {
-    Rgba value, low, high;
+    test::Rgba value, low, high;
 };
-Expected expectedPixel(const ColourCase& c, Rgba p, double slack = 0) {
-    const double peak = c.peak ? std::atof(c.peak) : 10000;
-    p = removeTransfer(p, c.src.transfer, c.dst.transfer, peak);
-    const double largest = std::fmax(p.c[0], std::fmax(p.c[1], p.c[2]));
-    Rgba q = p, lo = p, hi = p;
+Expected expectedPixel(const ColourCase& c, test::Rgba p, double slack = 0) {
+    const test::GpuProgram g = test::GpuProgram::Gles;
+    p = test::decodeLight(g, p, c.src, c.dst, c.peak ? std::atof(c.peak) : 10000);
+    const Matrix3& table = test::primariesTable(g, c.src.primaries, c.dst.primaries);
+    const double largest = std::fmax(p[0], std::fmax(p[1], p[2]));
+    test::Rgba q = p, lo = p, hi = p;
     for (int k = 0; k < 3; ++k) {
         double v = 0;
-        for (int j = 0; j < 3; ++j) v += static_cast<double>(c.matrix->m[k][j]) * p.c[j];
+        for (int j = 0; j < 3; ++j) v += static_cast<double>(table.m[k][j]) * p[j];
         auto limit = [](double x) { return std::fmin(std::fmax(x, 0.0), 1.0); };
-        q.c[k] = limit(v);
-        lo.c[k] = limit(v - slack * largest);
-        hi.c[k] = limit(v + slack * largest);
+        q[k] = limit(v);
+        lo[k] = limit(v - slack * largest);
+        hi[k] = limit(v + slack * largest);
     }
-    return {applyTransfer(q, c.dst.transfer, c.src.transfer), applyTransfer(lo, c.dst.transfer, c.src.transfer),
-            applyTransfer(hi, c.dst.transfer, c.src.transfer)};
+    return {test::encodeLight(g, q, c.src, c.dst), test::encodeLight(g, lo, c.src, c.dst),
+            test::encodeLight(g, hi, c.src, c.dst)};
 }
 
 // One step of a half float (11 significant bits) at x. Drivers may round
@@ -182,7 +98,7 @@ double toHalf(double x) { return x == 0 ? 0 : std::nearbyint(x / halfStep(x)) * 
 class GLRender : public GLESTest {
 protected:
     // Converts host frames, descriptions taken from the case.
-    KROReturn run(GLRenderContext& gl, const FrameBuffers& in, FrameBuffers& out, Light s, Light d,
+    KROReturn run(GLRenderContext& gl, const FrameBuffers& in, FrameBuffers& out, const test::Colour& s, const test::Colour& d,
                   const char* peak = nullptr) {
         KROFrame src = in.frame(s.primaries, s.transfer, 1, 1), dst = out.frame(d.primaries, d.transfer, 1, 1);
         gl.setMetaData(peak ? MetaData{{"src_max_luminance", peak}} : MetaData{});
@@ -204,10 +120,10 @@ TEST_F(GLRender, ColourCasesOnRgba8WithinOneCode) {
                 const uint8_t* s = in.plane(0) + y * in.stride(0) + x * 4;
                 const uint8_t* o = out.plane(0) + y * out.stride(0) + x * 4;
                 const double slack = c.src.transfer == 16 ? 1e-4 : 0;
-                const Expected e = expectedPixel(c, {{s[0] / 255.0, s[1] / 255.0, s[2] / 255.0, s[3] / 255.0}}, slack);
+                const Expected e = expectedPixel(c, {s[0] / 255.0, s[1] / 255.0, s[2] / 255.0, s[3] / 255.0}, slack);
                 for (int k = 0; k < 4; ++k) {
-                    ASSERT_GE(o[k], std::lround(e.low.c[k] * 255) - 1) << c.name << " " << c.src.primaries << "->" << c.dst.primaries << " at " << x << "," << y;
-                    ASSERT_LE(o[k], std::lround(e.high.c[k] * 255) + 1) << c.name << " " << c.src.primaries << "->" << c.dst.primaries << " at " << x << "," << y;
+                    ASSERT_GE(o[k], std::lround(e.low[k] * 255) - 1) << c.name << " " << c.src.primaries << "->" << c.dst.primaries << " at " << x << "," << y;
+                    ASSERT_LE(o[k], std::lround(e.high[k] * 255) + 1) << c.name << " " << c.src.primaries << "->" << c.dst.primaries << " at " << x << "," << y;
                 }
             }
             // The destination's row padding is never written.
@@ -230,7 +146,7 @@ TEST_F(GLRender, Rgba16ThroughHalfFloatTextures) {
                 uint16_t s[4], o;
                 std::memcpy(s, in.plane(0) + y * in.stride(0) + (i / 4) * 8, 8);
                 std::memcpy(&o, out.plane(0) + y * out.stride(0) + i * 2, 2);
-                const Rgba p{{s[0] / 65535.0, s[1] / 65535.0, s[2] / 65535.0, s[3] / 65535.0}};
+                const test::Rgba p{s[0] / 65535.0, s[1] / 65535.0, s[2] / 65535.0, s[3] / 65535.0};
                 // Source and result are each stored as halves, within a
                 // step of the float: the expected range runs over the
                 // source box of one step per channel (its corners bound the
@@ -239,10 +155,10 @@ TEST_F(GLRender, Rgba16ThroughHalfFloatTextures) {
                 const int k = i % 4;
                 double low = 2, high = -1;
                 for (int corner = 0; corner < 16; ++corner) {
-                    Rgba q = p;
+                    test::Rgba q = p;
                     for (int j = 0; j < 4; ++j)
-                        q.c[j] = std::fmin(std::fmax(q.c[j] + (corner >> j & 1 ? 1 : -1) * halfStep(p.c[j]), 0.0), 1.0);
-                    const double v = expectedPixel(*c, q).value.c[k];
+                        q[j] = std::fmin(std::fmax(q[j] + (corner >> j & 1 ? 1 : -1) * halfStep(p[j]), 0.0), 1.0);
+                    const double v = expectedPixel(*c, q).value[k];
                     low = std::fmin(low, v);
                     high = std::fmax(high, v);
                 }
