@@ -15,7 +15,7 @@
 #include "gles/gl_render_context.h"
 #include "support/gles_fixture.h"
 #include "support/format_sweep.h"
-#include "support/gpu_program_model.h"
+#include "support/gpu_conversion_cases.h"
 #include "support/frame_buffers.h"
 
 using namespace KROCOLOR;
@@ -394,26 +394,19 @@ TEST_F(GLRender, WithoutACurrentContextTheConversionFails) {
     ASSERT_TRUE(gl_->makeCurrent());
 }
 
-// The public object reaches this convertor for OpenGL ES on both sides.
-TEST_F(GLRender, PublicObjectConvertsHostFramesOnGles) {
-    KROColorFunctions* kro = KROColorFunctions::create(16, 8, kKRONV12Format, 16, 8, kKRORGBA8888Format);
-    ASSERT_NE(kro, nullptr);
-    KROHWContext hw;
-    hw.srcType = hw.dstType = kKROHWTypeGLES;
-    ASSERT_EQ(kro->setHWContext(hw), kKROSuccess);
-    ASSERT_EQ(kro->setColorspaceDetails(kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709,
-                                        kColorRangeMpeg, kColorPrimariesBT709, kColorTransferBT709,
-                                        kColorMatrixBT709, kColorRangeMpeg),
-              kKROSuccess);
+// The public object reaches this convertor for OpenGL ES on both sides,
+// for textures and host frames alike.
+TEST_F(GLRender, CurvesAndPrimariesThroughThePublicObject) {
+    test::GlesBackend gles;
+    test::checkCurvesAndPrimaries(gles, kKRORGBA8888Texture2DFormat, {kKRORGBA8888Texture2DFormat});
     FrameBuffers in(kKRONV12Format, 16, 8), out(kKRORGBA8888Format, 16, 8), expected(kKRORGBA8888Format, 16, 8);
     in.fillRandom(6);
-    ASSERT_EQ(kro->transcode(in.srcPlanes(), in.strides(), out.dstPlanes(), out.strides()), kKROSuccess);
+    ASSERT_EQ(test::runGpuConversion(gles, {103, 16, 8, 1, 1, 1, 1}, in, {102, 16, 8, 1, 1, 1, 1}, out), kKROSuccess);
     CPUContext swscale;
     swscale.setUseSwscale(true);
     KROFrame s = in.frame(1, 1, 1, 1), d = expected.frame(1, 1, 1, 1);
     ASSERT_EQ(swscale.convertColor(&s, &d), kKROSuccess);
     EXPECT_EQ(0, std::memcmp(out.plane(0), expected.plane(0), out.size(0)));
-    delete kro;
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include "color/color_constants.h"
 #include "cpu/sample_access.h"
-#include "support/hlg_reference.h"
 
 namespace KROCOLOR {
 namespace test {
@@ -22,6 +21,21 @@ Rgba mul(const Matrix3& m, const Rgba& c) {
 }
 
 // ---- curves ----
+constexpr double kHlgA = 0.17883277, kHlgB = 0.28466892, kHlgC = 0.55991073;
+
+// HLG to display light as every program applies it (ITU-R BT.2100 with a
+// nominal peak of 203 cd/m2, black 0.005 cd/m2 and gain 1).
+void hlgToDisplayLight(Rgba& p) {
+    const double gamma = 1.2 + 0.42 * std::log10(203.0 / 1000.0);
+    const double beta = std::sqrt(3 * std::pow(0.005 / 203.0, 1 / gamma));
+    for (int k = 0; k < 3; ++k) {
+        const double x = std::max(0.0, (1 - beta) * p[k] + beta);
+        p[k] = x > 0.5 ? (std::exp((x - kHlgC) / kHlgA) + kHlgB) / 12 : x * x / 3;
+    }
+    const double g = std::pow(0.2627 * p[0] + 0.678 * p[1] + 0.0593 * p[2], gamma - 1);
+    p = {g * p[0], g * p[1], g * p[2], 1};
+}
+
 enum class Curve { None, Video, VideoClamped, Video12, Srgb, Gamma18, Gamma22, Gamma26, LogSqrt, XvYcc };
 
 // The pure powers, clamped both ways.
@@ -262,8 +276,7 @@ const Matrix3& primariesTable(GpuProgram g, int32_t s, int32_t d) { return pairT
 
 Rgba decodeLight(GpuProgram g, Rgba p, const Colour& s, const Colour& d, double peak) {
     if (s.transfer == 18) {
-        hlgToDisplayLight(p.data(), p.data());
-        p[3] = 1;
+        hlgToDisplayLight(p);
     } else if (g == GpuProgram::Gles && s.transfer == 16) {
         // PQ light relative to what the destination calls 1.
         const double ratio = d.transfer == 18 ? 10 : d.transfer == 16 ? 10000 / peak : 20;
