@@ -168,69 +168,9 @@ TEST_F(GLRender, Rgba16ThroughHalfFloatTextures) {
     }
 }
 
-// Host sources of every layout: RGB and RGBA upload directly, RGBA16 as
-// floats, everything else through the CPU convertor's libswscale path into
-// RGBA8888. Equal light passes samples through the draw unchanged.
-TEST_F(GLRender, EveryHostSourceFormatReachesTheTexture) {
-    GLRenderContext gl(nullptr, nullptr);
-    for (int32_t f : test::cpuFormats()) {
-        FrameBuffers in(f, 6, 4, 4), out(kKRORGBA8888Format, 6, 4), expected(kKRORGBA8888Format, 6, 4);
-        in.fillRandom(static_cast<uint32_t>(f));
-        out.fillRandom(1);
-        expected.fillRandom(1);
-        const KROReturn result = run(gl, in, out, {1, 1}, {1, 1});
-        if (f == kKROCMYK8888Format) {  // no libswscale layout: refused, nothing written
-            EXPECT_EQ(result, kKROLoadGLES31FunctionError);
-            EXPECT_EQ(0, std::memcmp(out.plane(0), expected.plane(0), out.size(0)));
-            continue;
-        }
-        ASSERT_EQ(result, kKROSuccess) << f;
-        for (int y = 0; y < 4; ++y)
-            for (int x = 0; x < 6; ++x)
-                for (int k = 0; k < 4; ++k) {
-                    const uint8_t* row = in.plane(0) + y * in.stride(0);
-                    int e;
-                    if (f == kKRORGB888Format) {  // rows of stride / 3 whole pixels
-                        e = k < 3 ? in.plane(0)[y * (in.stride(0) / 3 * 3) + x * 3 + k] : 255;
-                    } else if (f == kKRORGBA8888Format) {
-                        e = row[x * 4 + k];
-                    } else if (f == kKRORGBA16LEFormat) {
-                        uint16_t s;
-                        std::memcpy(&s, row + x * 8 + k * 2, 2);
-                        e = static_cast<int>(std::lround(toHalf(s / 65535.0) * 255));
-                    } else {
-                        if (x == 0 && y == 0 && k == 0) {
-                            CPUContext swscale;
-                            swscale.setUseSwscale(true);
-                            KROFrame s = in.frame(1, 1, 1, 1), d = expected.frame(1, 1, 1, 1);
-                            ASSERT_EQ(swscale.convertColor(&s, &d), kKROSuccess) << f;
-                        }
-                        e = expected.plane(0)[y * 24 + x * 4 + k];
-                    }
-                    ASSERT_NEAR(out.plane(0)[y * 24 + x * 4 + k], e, f == kKRORGBA16LEFormat ? 1 : 0)
-                        << f << " " << x << "," << y << "," << k;
-                }
-    }
-}
-
-// Host destinations other than RGBA8888 and RGBA16 are read back as RGBA8888
-// and laid out by the CPU convertor's libswscale path.
-TEST_F(GLRender, OtherHostDestinationsThroughTheCpuConvertor) {
-    GLRenderContext gl(nullptr, nullptr);
-    FrameBuffers in(kKRORGBA8888Format, 8, 6);
-    in.fillRandom(9);
-    for (int32_t f : {kKRONV12Format, kKROYUV444P10LEFormat, kKROBGRA8888Format, kKRORGB16LEFormat}) {
-        FrameBuffers out(f, 8, 6, 4), expected(f, 8, 6, 4);
-        out.fillRandom(2);
-        expected.fillRandom(2);
-        ASSERT_EQ(run(gl, in, out, {1, 1}, {1, 1}), kKROSuccess) << f;
-        CPUContext swscale;
-        swscale.setUseSwscale(true);
-        KROFrame s = in.frame(1, 1, 1, 1), d = expected.frame(1, 1, 1, 1);
-        ASSERT_EQ(swscale.convertColor(&s, &d), kKROSuccess);
-        for (int p = 0; p < out.planeCount(); ++p)
-            EXPECT_EQ(0, std::memcmp(out.plane(p), expected.plane(p), out.size(p))) << f << " plane " << p;
-    }
+TEST_F(GLRender, HostFramesOfEveryFormatThroughTheStagingPaths) {
+    test::GlesBackend gles;
+    test::checkHostFormatsThroughStaging(gles, kKROLoadGLES31FunctionError);
 }
 
 // One draw over the destination viewport samples the source bilinearly,

@@ -46,6 +46,7 @@ public:
     std::vector<int32_t> deviceFormats() const override { return {kKRORGBA8888Texture2DFormat}; }
     bool isDeviceFormat(int32_t format) const override { return format >= 201 && format <= 203; }
     bool stagesHostTwins() const override { return true; }
+    bool takesHostDestination(int32_t format) const override { return format != kKRORGB888Format; }
     int32_t hostTwin(int32_t) const override { return kKRORGBA8888Format; }
     std::unique_ptr<DeviceFrame> upload(int32_t, const FrameBuffers& pixels) override {
         auto frame = std::make_unique<Texture>(KROOpenGL::createTexture2D(pixels.width(), pixels.height(), GL_RGBA));

@@ -39,6 +39,8 @@ public:
     virtual std::vector<int32_t> deviceFormats() const = 0;
     // True where a host frame of a twin format converts as its device frame.
     virtual bool stagesHostTwins() const { return false; }
+    // False for host formats it refuses as destinations (input error).
+    virtual bool takesHostDestination(int32_t) const { return true; }
     // True for the formats of this backend's own memory family.
     virtual bool isDeviceFormat(int32_t format) const = 0;
     // The host format whose bytes lay out a device format's samples (the

@@ -2,6 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
+extern "C" {
+#include <libavutil/mem.h>
+#include <libswscale/swscale.h>
+}
+
+#include "support/av_formats.h"
+#include "support/format_sweep.h"
+
 namespace KROCOLOR {
 namespace test {
 
@@ -42,6 +53,54 @@ void expectModel(GpuBackend& b, int32_t sf, const FrameBuffers& in, int32_t df, 
         << b.name() << " " << c.name << " (" << c.src.primaries << "/" << c.src.transfer << " -> " << c.dst.primaries
         << "/" << c.dst.transfer << "): " << sf << " " << in.width() << "x" << in.height() << " -> " << df << " "
         << out.width() << "x" << out.height();
+}
+
+// libswscale as the oracle of the CPU layout step: bicubic, its default
+// (BT.601) coefficients, as BT.601 primaries on both sides leave them. Roomy aligned buffers, so its vector reads stay inside them.
+void swscaleLayout(const FrameBuffers& in, FrameBuffers& out) {
+    SwsContext* sws = sws_getContext(in.width(), in.height(), avFormat(in.format()), out.width(), out.height(),
+                                     avFormat(out.format()), SWS_BICUBIC, nullptr, nullptr, nullptr);
+    ASSERT_TRUE(sws);
+    uint8_t* planes[2][4] = {};
+    int strides[2][4] = {};
+    const FrameBuffers* frames[2] = {&in, &out};
+    for (int side = 0; side < 2; ++side) {
+        const FormatTraits& t = *formatTraits(frames[side]->format());
+        for (int p = 0; p < frames[side]->planeCount(); ++p) {
+            strides[side][p] = int((planeRowBytes(t, p, frames[side]->width()) + 127) / 64 * 64);
+            const size_t size = size_t(strides[side][p]) * size_t(planeRows(t, p, frames[side]->height()) + 2);
+            planes[side][p] = static_cast<uint8_t*>(av_mallocz(size));
+            for (int64_t r = 0; side == 0 && r < planeRows(t, p, in.height()); ++r)
+                std::memcpy(planes[0][p] + r * strides[0][p], in.plane(p) + r * in.stride(p),
+                            size_t(planeRowBytes(t, p, in.width())));
+        }
+    }
+    sws_scale(sws, planes[0], strides[0], 0, in.height(), planes[1], strides[1]);
+    const FormatTraits& t = *formatTraits(out.format());
+    for (int p = 0; p < out.planeCount(); ++p)
+        for (int64_t r = 0; r < planeRows(t, p, out.height()); ++r)
+            std::memcpy(out.plane(p) + r * out.stride(p), planes[1][p] + r * strides[1][p],
+                        size_t(planeRowBytes(t, p, out.width())));
+    for (auto& side : planes)
+        for (uint8_t* plane : side) av_free(plane);
+    sws_freeContext(sws);
+}
+
+// Largest difference between two host frames of one format, in 8-bit steps.
+int largestHostDifference(const FrameBuffers& a, const FrameBuffers& b) {
+    const FormatTraits& t = *formatTraits(a.format());
+    const int shift = t.bytesPerSample == 2 ? t.msbShift + t.depth - 8 : 0;
+    int worst = 0;
+    for (int p = 0; p < a.planeCount(); ++p)
+        for (size_t i = 0; i < a.size(p); i += t.bytesPerSample) {
+            int u = a.plane(p)[i], v = b.plane(p)[i];
+            if (t.bytesPerSample == 2) {
+                u = t.bigEndian ? (u << 8 | a.plane(p)[i + 1]) : (a.plane(p)[i + 1] << 8 | u);
+                v = t.bigEndian ? (v << 8 | b.plane(p)[i + 1]) : (b.plane(p)[i + 1] << 8 | v);
+            }
+            worst = std::max(worst, std::abs((u >> shift) - (v >> shift)));
+        }
+    return worst;
 }
 
 }  // namespace
@@ -86,6 +145,52 @@ void checkCurvesAndPrimaries(GpuBackend& b, int32_t src, const std::vector<int32
             in.fillRandom(seed++);
             expectModel(b, src, in, df, out, c);
         }
+}
+
+void checkHostFormatsThroughStaging(GpuBackend& b, KROReturn cmykRefusal) {
+    const int32_t texture = b.deviceFormats()[0];
+    const Colour s{5, 6, 5, 1}, d{5, 1, 5, 2};
+    constexpr int kW = 64, kH = 16;
+    uint32_t seed = 900;
+    for (int32_t f : cpuFormats()) {
+        if (f == kKRORGBA16LEFormat) continue;
+        FrameBuffers host(f, kW, kH), out(kKRORGBA8888Format, kW, kH), staged(kKRORGBA8888Format, kW, kH),
+            expected(kKRORGBA8888Format, kW, kH);
+        host.fillRandom(seed++);
+        out.fillRandom(seed);
+        const KROReturn upload = runGpuConversion(b, {f, kW, kH, 5, 6, 5, 1}, host, {texture, kW, kH, 5, 1, 5, 2}, out);
+        if (f == kKROCMYK8888Format) {
+            EXPECT_EQ(upload, cmykRefusal) << b.name();
+            expected.fillRandom(seed);
+            EXPECT_EQ(largestCodeDifference(out, expected), 0) << b.name() << ": refused, yet written";
+        } else {
+            ASSERT_EQ(upload, kKROSuccess) << b.name() << " " << f;
+            if (f == kKRORGB888Format)
+                for (int i = 0; i < kW * kH; ++i)
+                    for (int k = 0; k < 4; ++k) staged.plane(0)[i * 4 + k] = k < 3 ? host.plane(0)[i * 3 + k] : 255;
+            else if (f == kKRORGBA8888Format)
+                std::memcpy(staged.plane(0), host.plane(0), host.size(0));
+            else
+                swscaleLayout(host, staged);
+            modelConversion(b.program(), staged, s, expected, d);
+            EXPECT_LE(largestCodeDifference(out, expected), 1) << b.name() << " upload of " << f;
+        }
+
+        FrameBuffers texel(kKRORGBA8888Format, kW, kH), onDevice(kKRORGBA8888Format, kW, kH), back(f, kW, kH),
+            reference(f, kW, kH);
+        texel.fillRandom(++seed);
+        back.fillRandom(seed);
+        reference.fillRandom(seed++);
+        ASSERT_EQ(runGpuConversion(b, {texture, kW, kH, 5, 6, 5, 1}, texel, {f, kW, kH, 5, 1, 5, 2}, back),
+                  b.takesHostDestination(f) ? kKROSuccess : kKROInputParamError)
+            << b.name() << " " << f;
+        modelConversion(b.program(), texel, s, onDevice, d);
+        if (f == kKRORGBA8888Format)
+            std::memcpy(reference.plane(0), onDevice.plane(0), onDevice.size(0));
+        else if (f != kKROCMYK8888Format && b.takesHostDestination(f))
+            swscaleLayout(onDevice, reference);
+        EXPECT_LE(largestHostDifference(back, reference), 1) << b.name() << " read-back into " << f;
+    }
 }
 
 }  // namespace test

@@ -20,5 +20,13 @@ void checkFormatPairs(GpuBackend& backend);
 // into each of `dsts`.
 void checkCurvesAndPrimaries(GpuBackend& backend, int32_t src, const std::vector<int32_t>& dsts);
 
+// Host frames of every format (but RGBA16, which each backend stages its
+// own way) into and out of the device's RGBA8888 texture: RGB888 expanded
+// with alpha 255 and RGBA8888 as they are, every other format through the
+// CPU layout step (libswscale as the oracle). CMYK, which libswscale cannot
+// lay out, is refused as a source with `cmykRefusal`, leaving the
+// destination as it was; as a destination its failure goes unreported.
+void checkHostFormatsThroughStaging(GpuBackend& backend, KROReturn cmykRefusal);
+
 }  // namespace test
 }  // namespace KROCOLOR
