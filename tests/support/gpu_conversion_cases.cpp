@@ -133,10 +133,11 @@ void checkCurvesAndPrimaries(GpuBackend& b, int32_t src, const std::vector<int32
         cases.push_back({"transfer into BT.709", {1, t, 0, 2}, {1, t == 1 ? 6 : 1, 0, 2}});
         cases.push_back({"BT.709 into transfer", {1, t == 1 ? 6 : 1, 0, 2}, {1, t, 0, 2}});
     }
-    const int32_t pairs[][2] = {{9, 1},  {9, 5},  {9, 6},   {5, 1},   {5, 9},  {1, 6},  {1, 5},  {1, 9},
-                                {6, 1},  {6, 9},  {23, 1},  {12, 1},  {1, 23}, {11, 1}, {12, 9}, {1, 12},
-                                {23, 9}, {24, 1}, {11, 12}, {12, 11}, {1, 24}};
-    for (const auto& p : pairs) cases.push_back({"primaries pair", {p[0], 1, 0, 2}, {p[1], 1, 0, 2}});
+    // Every pair among BT.709, BT.601 625 and 525, BT.2020, DCI-P3, Display
+    // P3, Adobe RGB and ProPhoto, with a table or not.
+    for (int32_t sp : {1, 5, 6, 9, 11, 12, 23, 24})
+        for (int32_t dp : {1, 5, 6, 9, 11, 12, 23, 24})
+            if (sp != dp) cases.push_back({"primaries pair", {sp, 1, 0, 2}, {dp, 1, 0, 2}});
     cases.push_back({"BT.2020 light outside [0, 1] kept by the BT.2020 curve", {9, 1, 9, 2}, {1, 14, 1, 2}});
     uint32_t seed = 500;
     for (const ColourCase& c : cases)
