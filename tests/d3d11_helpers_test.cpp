@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "KROColorFunctions.h"
@@ -100,17 +101,12 @@ TEST_F(D3D11Helpers, TextureDescriptionsAndRefusals) {
             ASSERT_NE(texture, nullptr);
             D3D11_TEXTURE2D_DESC d;
             texture->GetDesc(&d);
-            EXPECT_EQ(d.Width, 64u);
-            EXPECT_EQ(d.Height, 30u);
-            EXPECT_EQ(d.Format, format);
-            EXPECT_EQ(d.MipLevels, 1u);
-            EXPECT_EQ(d.ArraySize, 1u);
-            EXPECT_EQ(d.SampleDesc.Count, 1u);
-            EXPECT_EQ(d.SampleDesc.Quality, 0u);
-            EXPECT_EQ(d.Usage, staging ? D3D11_USAGE_STAGING : D3D11_USAGE_DEFAULT);
-            EXPECT_EQ(d.BindFlags, staging ? 0u : 168u);
-            EXPECT_EQ(d.CPUAccessFlags, staging ? UINT(D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE) : 0u);
-            EXPECT_EQ(d.MiscFlags, staging ? 0u : UINT(D3D11_RESOURCE_MISC_SHARED));
+            EXPECT_EQ(std::make_tuple(d.Width, d.Height, d.Format, d.MipLevels, d.ArraySize, d.SampleDesc.Count,
+                                      d.SampleDesc.Quality),
+                      std::make_tuple(64u, 30u, format, 1u, 1u, 1u, 0u));
+            EXPECT_EQ(std::make_tuple(d.Usage, d.BindFlags, d.CPUAccessFlags, d.MiscFlags),
+                      staging ? std::make_tuple(D3D11_USAGE_STAGING, 0u, UINT(D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE), 0u)
+                              : std::make_tuple(D3D11_USAGE_DEFAULT, 168u, 0u, UINT(D3D11_RESOURCE_MISC_SHARED)));
             texture->Release();
         }
     }
@@ -151,16 +147,13 @@ TEST_F(D3D11Helpers, ViewFormatTable) {
             }
             D3D11_SHADER_RESOURCE_VIEW_DESC s;
             srv[i]->GetDesc(&s);
-            EXPECT_EQ(s.Format, expected[i]);
-            EXPECT_EQ(s.ViewDimension, 5);
-            EXPECT_EQ(s.Texture2DArray.FirstArraySlice, 0u);
-            EXPECT_EQ(s.Texture2DArray.ArraySize, 1u);
-            EXPECT_EQ(s.Texture2DArray.MipLevels, 1u);
             D3D11_UNORDERED_ACCESS_VIEW_DESC u;
             uav[i]->GetDesc(&u);
-            EXPECT_EQ(u.Format, expected[i]);
-            EXPECT_EQ(u.ViewDimension, 5);
-            EXPECT_EQ(u.Texture2DArray.MipSlice, 0u);
+            EXPECT_EQ(std::make_tuple(s.Format, int(s.ViewDimension), s.Texture2DArray.FirstArraySlice,
+                                      s.Texture2DArray.ArraySize, s.Texture2DArray.MipLevels),
+                      std::make_tuple(expected[i], 5, 0u, 1u, 1u));
+            EXPECT_EQ(std::make_tuple(u.Format, int(u.ViewDimension), u.Texture2DArray.MipSlice),
+                      std::make_tuple(expected[i], 5, 0u));
             srv[i]->Release();
             uav[i]->Release();
         }
@@ -190,10 +183,8 @@ TEST_F(D3D11Helpers, ConstantBuffers) {
     ASSERT_TRUE(KRODirectX::createBuffer(manager_, bytes, sizeof(bytes), &buffer));
     D3D11_BUFFER_DESC d;
     buffer->GetDesc(&d);
-    EXPECT_EQ(d.ByteWidth, 48u);
-    EXPECT_EQ(d.Usage, D3D11_USAGE_DYNAMIC);
-    EXPECT_EQ(d.BindFlags, UINT(D3D11_BIND_CONSTANT_BUFFER));
-    EXPECT_EQ(d.CPUAccessFlags, UINT(D3D11_CPU_ACCESS_WRITE));
+    EXPECT_EQ(std::make_tuple(d.ByteWidth, d.Usage, d.BindFlags, d.CPUAccessFlags),
+              std::make_tuple(48u, D3D11_USAGE_DYNAMIC, UINT(D3D11_BIND_CONSTANT_BUFFER), UINT(D3D11_CPU_ACCESS_WRITE)));
     buffer->Release();
     ID3D11Buffer* untouched = nullptr;
     EXPECT_FALSE(KRODirectX::createBuffer(manager_, bytes, 0, &untouched));
@@ -478,28 +469,28 @@ TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
     ID3D11ComputeShader* shader = nullptr;
     ASSERT_TRUE(KRODirectX::createID3D11ComputeShader(manager_, kFillProgram, sizeof(kFillProgram) - 1, "kroTestFill",
                                                       &shader));
-    ID3D11Texture2D* source = KRODirectX::createID3D11Texture2D(manager_, width, height, DXGI_FORMAT_R8G8B8A8_UNORM);
-    ID3D11Texture2D* rgba = KRODirectX::createID3D11Texture2D(manager_, width, height, DXGI_FORMAT_R8G8B8A8_UNORM);
-    ID3D11Texture2D* nv12 = KRODirectX::createID3D11Texture2D(manager_, width, height, DXGI_FORMAT_NV12);
-    ID3D11Texture2D* rgbaStaging =
-        KRODirectX::createStagingID3D11Texture2D(manager_, width, height, DXGI_FORMAT_R8G8B8A8_UNORM);
-    ID3D11Texture2D* nv12Staging = KRODirectX::createStagingID3D11Texture2D(manager_, width, height, DXGI_FORMAT_NV12);
-    ASSERT_TRUE(source && rgba && nv12 && rgbaStaging && nv12Staging);
-
-    std::vector<unsigned char> sourcePixels(size_t(width) * height * 4);
-    for (size_t i = 0; i < sourcePixels.size(); ++i) sourcePixels[i] = static_cast<unsigned char>(i * 13 + 1);
-    ASSERT_TRUE(KRODirectX::writeDataToStagingID3D11Texture2D(manager_, rgbaStaging, 0, sourcePixels.data(), width * 4,
-                                                              width, height));
-    ASSERT_TRUE(KRODirectX::writeDataToID3D11Texture2D(manager_, rgbaStaging, 0, source, 0));
+    ID3D11Texture2D* t[5] = {};  // source, RGBA, NV12, then staging textures for RGBA and NV12
+    for (int i = 0; i < 5; ++i) {
+        const DXGI_FORMAT format = i == 2 || i == 4 ? DXGI_FORMAT_NV12 : DXGI_FORMAT_R8G8B8A8_UNORM;
+        t[i] = i < 3 ? KRODirectX::createID3D11Texture2D(manager_, width, height, format)
+                     : KRODirectX::createStagingID3D11Texture2D(manager_, width, height, format);
+        ASSERT_NE(t[i], nullptr);
+    }
+    std::vector<unsigned char> source(size_t(width) * height * 4), rgba(source.size()), nv12(size_t(width) * height * 3 / 2);
+    for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i * 13 + 1);
+    ASSERT_TRUE(KRODirectX::writeDataToStagingID3D11Texture2D(manager_, t[3], 0, source.data(), width * 4, width, height));
+    ASSERT_TRUE(KRODirectX::writeDataToID3D11Texture2D(manager_, t[3], 0, t[0], 0));
 
     ID3D11ShaderResourceView* srv[2] = {};
     ID3D11UnorderedAccessView* rgbaViews[2] = {};
     ID3D11UnorderedAccessView* nv12Views[2] = {};
-    ASSERT_TRUE(KRODirectX::createID3D11ShaderResourceView(manager_, source, 0, srv));
-    ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, rgba, 0, rgbaViews));
-    ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, nv12, 0, nv12Views));
+    ASSERT_TRUE(KRODirectX::createID3D11ShaderResourceView(manager_, t[0], 0, srv));
+    ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, t[1], 0, rgbaViews));
+    ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, t[2], 0, nv12Views));
     ID3D11DeviceContext* context = manager_->context;
-    auto run = [&](int seed, ID3D11ShaderResourceView* const* textures, ID3D11UnorderedAccessView* const* uavs) {
+    // Runs the program with `seed`, reads both textures back and checks them.
+    auto runAndCheck = [&](int seed, ID3D11ShaderResourceView* const* textures, ID3D11UnorderedAccessView* const* uavs,
+                           bool withSource) {
         int32_t params[4] = {width, height, seed, 0};
         ID3D11Buffer* constants = nullptr;
         ASSERT_TRUE(KRODirectX::createBuffer(manager_, params, sizeof(params), &constants));
@@ -510,59 +501,36 @@ TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
         context->Dispatch((width + 7) / 8, (height + 3) / 4, 1);
         // The buffer can go at once: the recorded work keeps what it uses.
         constants->Release();
-        ID3D11Query* query = nullptr;
-        ASSERT_TRUE(KRODirectX::createID3D11EventQuery(manager_, &query));
-        context->End(query);
-        context->Flush();
-        EXPECT_TRUE(KRODirectX::queryID3D11GetDataWithTimeout(manager_, query, 10000));
-        query->Release();
-    };
-    std::vector<unsigned char> rgbaOut(size_t(width) * height * 4);
-    std::vector<unsigned char> nv12Out(size_t(width) * height * 3 / 2);
-    auto readBack = [&] {
-        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, rgba, 0, rgbaStaging, 0));
-        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, nv12, 0, nv12Staging, 0));
-        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, rgbaOut.data(), width * 4, width,
-                                                                   height, rgbaStaging, 0));
-        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, nv12Out.data(), width, width, height,
-                                                                   nv12Staging, 0));
-    };
-    auto check = [&](int seed, bool withSource) {
-        for (int y = 0; y < height; ++y) {
+        EXPECT_TRUE(finish());
+        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, t[1], 0, t[3], 0));
+        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, t[2], 0, t[4], 0));
+        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, rgba.data(), width * 4, width, height, t[3], 0));
+        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, nv12.data(), width, width, height, t[4], 0));
+        for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 const size_t i = (size_t(y) * width + x) * 4;
-                ASSERT_EQ(rgbaOut[i], (x * 7 + y + seed) % 256) << x << "," << y;
-                ASSERT_EQ(rgbaOut[i + 1], withSource ? sourcePixels[i + 1] : 0) << x << "," << y;
-                ASSERT_EQ(rgbaOut[i + 2], withSource ? sourcePixels[i + 2] : 0) << x << "," << y;
-                ASSERT_EQ(rgbaOut[i + 3], 255);
-                ASSERT_EQ(nv12Out[size_t(y) * width + x], (x + 3 * y) % 256) << x << "," << y;
+                const int want[5] = {(x * 7 + y + seed) % 256, withSource ? source[i + 1] : 0,
+                                     withSource ? source[i + 2] : 0, 255, (x + 3 * y) % 256};
+                const int got[5] = {rgba[i], rgba[i + 1], rgba[i + 2], rgba[i + 3], nv12[size_t(y) * width + x]};
+                for (int k = 0; k < 5; ++k) ASSERT_EQ(got[k], want[k]) << x << "," << y << " component " << k;
+                const size_t c = size_t(height + y / 2) * width + x / 2 * 2;  // chroma of the block
+                ASSERT_EQ(nv12[c], x / 2) << x << "," << y;
+                ASSERT_EQ(nv12[c + 1], y / 2 + 100) << x << "," << y;
             }
-        }
-        for (int cy = 0; cy < height / 2; ++cy) {
-            for (int cx = 0; cx < width / 2; ++cx) {
-                const size_t i = size_t(height + cy) * width + 2 * cx;
-                ASSERT_EQ(nv12Out[i], cx) << cx << "," << cy;
-                ASSERT_EQ(nv12Out[i + 1], cy + 100) << cx << "," << cy;
-            }
-        }
     };
 
     ID3D11UnorderedAccessView* all[3] = {rgbaViews[0], nv12Views[0], nv12Views[1]};
-    run(5, srv, all);
-    readBack();
-    check(5, true);
+    runAndCheck(5, srv, all, true);
     // Empty slots: the texture reads as zeros, the NV12 stores are dropped
     // (the planes keep the first run's values).
     ID3D11ShaderResourceView* noTextures[2] = {};
     ID3D11UnorderedAccessView* rgbaOnly[3] = {rgbaViews[0], nullptr, nullptr};
-    run(9, noTextures, rgbaOnly);
-    readBack();
-    check(9, false);
+    runAndCheck(9, noTextures, rgbaOnly, false);
 
     ID3D11UnorderedAccessView* none[3] = {};
     context->CSSetUnorderedAccessViews(0, 3, none, nullptr);
     for (auto* v : {rgbaViews[0], nv12Views[0], nv12Views[1]}) v->Release();
     srv[0]->Release();
     shader->Release();
-    for (ID3D11Texture2D* t : {source, rgba, nv12, rgbaStaging, nv12Staging}) t->Release();
+    for (ID3D11Texture2D* texture : t) texture->Release();
 }
