@@ -148,6 +148,15 @@ void checkCurvesAndPrimaries(GpuBackend& b, int32_t src, const std::vector<int32
         }
 }
 
+void stageAsRgba(const FrameBuffers& host, FrameBuffers& rgba) {
+    if (host.format() != kKRORGB888Format) {
+        std::memcpy(rgba.plane(0), host.plane(0), host.size(0));
+        return;
+    }
+    for (int i = 0; i < host.width() * host.height(); ++i)
+        for (int k = 0; k < 4; ++k) rgba.plane(0)[i * 4 + k] = k < 3 ? host.plane(0)[i * 3 + k] : 255;
+}
+
 void checkHostFormatsThroughStaging(GpuBackend& b, KROReturn cmykRefusal) {
     const int32_t texture = b.deviceFormats()[0];
     const Colour s{5, 6, 5, 1}, d{5, 1, 5, 2};
@@ -166,11 +175,8 @@ void checkHostFormatsThroughStaging(GpuBackend& b, KROReturn cmykRefusal) {
             EXPECT_EQ(largestCodeDifference(out, expected), 0) << b.name() << ": refused, yet written";
         } else {
             ASSERT_EQ(upload, kKROSuccess) << b.name() << " " << f;
-            if (f == kKRORGB888Format)
-                for (int i = 0; i < kW * kH; ++i)
-                    for (int k = 0; k < 4; ++k) staged.plane(0)[i * 4 + k] = k < 3 ? host.plane(0)[i * 3 + k] : 255;
-            else if (f == kKRORGBA8888Format)
-                std::memcpy(staged.plane(0), host.plane(0), host.size(0));
+            if (f == kKRORGB888Format || f == kKRORGBA8888Format)
+                stageAsRgba(host, staged);
             else
                 swscaleLayout(host, staged);
             modelConversion(b.program(), staged, s, expected, d);

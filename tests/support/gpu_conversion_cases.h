@@ -20,6 +20,10 @@ void checkFormatPairs(GpuBackend& backend);
 // into each of `dsts`.
 void checkCurvesAndPrimaries(GpuBackend& backend, int32_t src, const std::vector<int32_t>& dsts);
 
+// A host frame as it is staged without the layout step: RGB888 expanded with
+// alpha 255 into RGBA8888, RGBA frames copied.
+void stageAsRgba(const FrameBuffers& host, FrameBuffers& rgba);
+
 // Host frames of every format (but RGBA16, which each backend stages its
 // own way) into and out of the device's RGBA8888 texture: RGB888 expanded
 // with alpha 255 and RGBA8888 as they are, every other format through the
