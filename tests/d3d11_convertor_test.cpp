@@ -44,18 +44,11 @@ TEST_F(D3D11Convertor, CurvesAndPrimariesFollowTheProgramsOwnChoice) {
     checkCurvesAndPrimaries(device(), 406, {401, 406});
 }
 
-// Identical descriptions still normalise and quantise again: an NV12 luma of
-// 10 comes back as 16, and a P010 black written as c * 64 comes back as the
-// word of code 64 that the unorm view makes, round(64 * 65535 / 1023).
-TEST_F(D3D11Convertor, IdenticalDescriptionsRequantise) {
+// A P010 black written as c * 64 comes back as the word of code 64 that the
+// unorm view makes, round(64 * 65535 / 1023), which the shared cases, held
+// to 10-bit codes, cannot tell apart.
+TEST_F(D3D11Convertor, IdenticalDescriptionsRequantiseP010Words) {
     const Colour limited{1, 1, 1, 1};
-    FrameBuffers nv12(kKRONV12Format, 34, 18), nv12Out(kKRONV12Format, 34, 18);
-    std::memset(nv12.plane(0), 10, nv12.size(0));
-    std::memset(nv12.plane(1), 128, nv12.size(1));
-    ASSERT_EQ(runGpuConversion(device(), side(403, 34, 18, limited), nv12, side(403, 34, 18, limited), nv12Out),
-              kKROSuccess);
-    EXPECT_TRUE(std::all_of(nv12Out.plane(0), nv12Out.plane(0) + nv12Out.size(0), [](uint8_t y) { return y == 16; }));
-
     FrameBuffers p010(kKRONV1210LEFormat, 34, 18), p010Out(kKRONV1210LEFormat, 34, 18);
     for (int p = 0; p < 2; ++p)
         for (size_t i = 0; i < p010.size(p); i += 2) {

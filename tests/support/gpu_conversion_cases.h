@@ -12,7 +12,8 @@ namespace test {
 
 // Every pair of the backend's device formats at the source size, reduced and
 // enlarged (partial 32 x 16 groups on both axes), colour cases taken in turn
-// and padded rows here and there; a backend that stages host twins as device
+// (a format into itself at its own size keeps its description) and padded
+// rows here and there; a backend that stages host twins as device
 // frames also gets each side as a host frame.
 void checkFormatPairs(GpuBackend& backend);
 
