@@ -5,6 +5,7 @@
 // loader finds (a real driver or the CPU stand-in).
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,11 +67,10 @@ public:
     // must give what converting device frames gives.
     bool stagesHostTwins() const override { return true; }
     int32_t hostTwin(int32_t deviceFormat) const override {
-        const int32_t host[] = {101, 102, 119, 120, 103, 104, 106, 107, 108, 109, 110, 111, 112, 113, 124, 125};
-        const std::vector<int32_t> device = deviceFormats();
-        for (size_t i = 0; i < device.size(); ++i)
-            if (device[i] == deviceFormat) return host[i];
-        return 0;
+        const std::vector<int32_t> device = deviceFormats(),
+                                   host = {101, 102, 119, 120, 103, 104, 106, 107, 108, 109, 110, 111, 112, 113, 124, 125};
+        const auto at = std::find(device.begin(), device.end(), deviceFormat);
+        return at == device.end() ? 0 : host[size_t(at - device.begin())];
     }
     std::unique_ptr<DeviceFrame> upload(int32_t, const FrameBuffers& pixels) override {
         auto frame = std::make_unique<Frame>(pixels);

@@ -316,13 +316,14 @@ void modelConversion(GpuProgram g, const FrameBuffers& in, const Colour& s, Fram
     if (scaled) scale(g, between, out, d.range);
 }
 
-int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b) {
+int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b, int bits) {
     const SampleAccess access = sampleAccessFor(a.format());
+    const int shift = bits ? formatTraits(a.format())->depth - bits : 0;
     int worst = 0;
     for (int y = 0; y < a.height(); ++y)
         for (int x = 0; x < a.width(); ++x) {
             const NativePixel p = readPixel(access, a.frame(), x, y), q = readPixel(access, b.frame(), x, y);
-            for (int k = 0; k < 4; ++k) worst = std::max(worst, std::abs(int(p.c[k]) - int(q.c[k])));
+            for (int k = 0; k < 4; ++k) worst = std::max(worst, std::abs((p.c[k] >> shift) - (q.c[k] >> shift)));
         }
     return worst;
 }
