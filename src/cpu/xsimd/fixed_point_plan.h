@@ -1,0 +1,67 @@
+// Integer coefficients of an 8-bit YUV <-> RGB conversion that applies a
+// matrix and nothing else (no curve, no primaries change): the float
+// pipeline's normalise, matrix, clamp and quantise steps folded into one
+// multiply-add per term, in 13 fractional bits. The coefficients are taken
+// from the colour plan's matrix by value once per frame, so every matrix and
+// range the plan can hold is served by the same rows.
+//
+// Accuracy: each coefficient is within 2^-14 of its exact value, so with
+// inputs of at most 255 the sum of three terms is within 0.05 of the float
+// pipeline's value before rounding; every output is therefore within one
+// code of the per-pixel pipeline.
+#pragma once
+
+#include <cstdint>
+
+#include "core/frame.h"
+
+namespace KROCOLOR {
+namespace fixedpoint {
+
+constexpr int kFractionBits = 13;
+constexpr int32_t kHalf = 1 << (kFractionBits - 1);
+
+struct FixedPointPlan;
+// Converts row y of src into row y of dst (same width).
+using FixedRow = void (*)(const FixedPointPlan&, const KROFrame& src, KROFrame& dst, int y);
+
+struct FixedPointPlan {
+    // YUV -> RGB. Y' = clamp(Y - yOffset, 0, yMax); C' = clamp((C << chromaShift)
+    // - chromaOffset, chromaLo, chromaHi) for U and V; the byte at position p of
+    // the pixel is (fromY[p] Y' + fromU[p] U' + fromV[p] V' + kHalf) >> 13,
+    // saturated to 0..255; position 3 (alpha) is 255.
+    int16_t yOffset, yMax, chromaShift, chromaOffset, chromaLo, chromaHi;
+    int16_t fromY[3], fromU[3], fromV[3];
+    // RGB -> YUV. Component j (Y, U, V) is (sum over positions p of
+    // toYuv[j][p] * byte[p] + bias[j]) >> 13, limited to lo[j] .. hi[j].
+    int16_t toYuv[3][3];
+    int32_t bias[3];
+    int16_t lo[3], hi[3];
+
+    FixedRow row;
+};
+
+// ---- the scalar form, used for the tail of a row past the last vector ------
+
+static inline uint8_t clampCode(int32_t v, int32_t lo, int32_t hi) {
+    return static_cast<uint8_t>(v < lo ? lo : v > hi ? hi : v);
+}
+
+// Y, U, V codes -> the three colour bytes of a pixel, in stored order.
+static inline void fixedYuvToRgb(const FixedPointPlan& p, int y, int u, int v, uint8_t* out) {
+    const int32_t yy = clampCode(y - p.yOffset, 0, p.yMax);
+    const int32_t uu = (u << p.chromaShift) - p.chromaOffset, vv = (v << p.chromaShift) - p.chromaOffset;
+    const int32_t uc = uu < p.chromaLo ? p.chromaLo : uu > p.chromaHi ? p.chromaHi : uu;
+    const int32_t vc = vv < p.chromaLo ? p.chromaLo : vv > p.chromaHi ? p.chromaHi : vv;
+    for (int k = 0; k < 3; ++k)
+        out[k] = clampCode((p.fromY[k] * yy + p.fromU[k] * uc + p.fromV[k] * vc + kHalf) >> kFractionBits, 0, 255);
+}
+
+// Component j (0 Y, 1 U, 2 V) of the pixel whose bytes start at px.
+static inline uint8_t fixedRgbToYuv(const FixedPointPlan& p, const uint8_t* px, int j) {
+    const int32_t s = p.toYuv[j][0] * px[0] + p.toYuv[j][1] * px[1] + p.toYuv[j][2] * px[2] + p.bias[j];
+    return clampCode(s >> kFractionBits, p.lo[j], p.hi[j]);
+}
+
+}  // namespace fixedpoint
+}  // namespace KROCOLOR

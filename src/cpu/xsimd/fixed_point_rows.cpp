@@ -1,0 +1,122 @@
+// Choosing and running the fixed-point rows: the integer coefficients are
+// derived here, in double precision, from the plan's own matrix, and each
+// worker takes a contiguous band of rows.
+#include "cpu/xsimd/fixed_point_rows.h"
+
+#include <cmath>
+
+#include "KROColorFunctions.h"
+#include "color/color_constants.h"
+#include "color/row_isa.h"
+#include "core/pixel_format_table.h"
+#include "cpu/cpu_task.h"
+
+namespace KROCOLOR {
+namespace fixedpoint {
+
+namespace {
+
+bool isYuv420x8(int32_t f) { return f == kKRONV12Format || f == kKROYUV420PFormat; }
+bool isRgba4x8(int32_t f) { return f == kKRORGBA8888Format || f == kKROBGRA8888Format; }
+
+// value * 2^13 rounded, or false when it does not fit a 16-bit lane.
+bool toFixed(double value, int16_t& out) {
+    const double scaled = std::nearbyint(value * (1 << kFractionBits));
+    if (!(scaled >= -32768.0 && scaled <= 32767.0)) return false;
+    out = static_cast<int16_t>(scaled);
+    return true;
+}
+
+// Codes of the limited (video) and full ranges.
+struct Levels {
+    double lumaSpan, chromaSpan;  // codes per unit of Y and of U, V
+    int yOffset;
+};
+
+Levels levelsOf(const FormatRule& r) {
+    if (r.kind == SampleRule::YUVFull) return {kFullScale8, kFullScale8, 0};
+    return {kVideoLumaSpan, kVideoChromaSpan, static_cast<int>(kVideoBlack)};
+}
+
+// Normalisation clamps Y to 0..1 and chroma to -0.5..0.5. At full range the
+// chroma lower limit is half a code above code 0, so full-range chroma is
+// taken in half codes (shift 1) to keep that limit exact.
+bool planToRgb(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
+    const Levels l = levelsOf(c.src);
+    const bool full = c.src.kind == SampleRule::YUVFull;
+    p.yOffset = static_cast<int16_t>(l.yOffset);
+    p.yMax = static_cast<int16_t>(l.lumaSpan);
+    p.chromaShift = full ? 1 : 0;
+    p.chromaOffset = static_cast<int16_t>(static_cast<int>(kVideoChromaZero) << p.chromaShift);
+    p.chromaHi = static_cast<int16_t>(full ? 254 : l.chromaSpan / 2);
+    p.chromaLo = static_cast<int16_t>(full ? -255 : -l.chromaSpan / 2);
+    const double perY = kFullScale8 / l.lumaSpan, perC = kFullScale8 / (l.chromaSpan * (1 << p.chromaShift));
+    for (int k = 0; k < 3; ++k) {
+        const int at = order[k];
+        if (!toFixed(c.yuvToRgb.m[k][0] * perY, p.fromY[at]) || !toFixed(c.yuvToRgb.m[k][1] * perC, p.fromU[at]) ||
+            !toFixed(c.yuvToRgb.m[k][2] * perC, p.fromV[at]))
+            return false;
+    }
+    return true;
+}
+
+// Quantisation rounds half up and limits Y to 0..1 and chroma to -0.5..0.5
+// of the range; at full range chroma -0.5 lands on code 0.5, stored as 1.
+bool planToYuv(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
+    const Levels l = levelsOf(c.dst);
+    const bool full = c.dst.kind == SampleRule::YUVFull;
+    const double span[3] = {l.lumaSpan, l.chromaSpan, l.chromaSpan};
+    const int zero[3] = {l.yOffset, static_cast<int>(kVideoChromaZero), static_cast<int>(kVideoChromaZero)};
+    for (int j = 0; j < 3; ++j) {
+        for (int k = 0; k < 3; ++k)
+            if (!toFixed(c.rgbToYuv.m[j][k] * span[j] / kFullScale8, p.toYuv[j][order[k]])) return false;
+        p.bias[j] = (zero[j] << kFractionBits) + kHalf;
+    }
+    p.lo[0] = static_cast<int16_t>(l.yOffset);
+    p.hi[0] = static_cast<int16_t>(l.yOffset + l.lumaSpan);
+    p.lo[1] = p.lo[2] = static_cast<int16_t>(full ? 1 : kVideoChromaZero - l.chromaSpan / 2);
+    p.hi[1] = p.hi[2] = static_cast<int16_t>(full ? 255 : kVideoChromaZero + l.chromaSpan / 2);
+    return true;
+}
+
+}  // namespace
+
+bool makeFixedPointPlan(const ColorPlan& colour, int32_t srcFormat, int32_t dstFormat, FixedPointPlan& plan) {
+    if (colour.linearStages) return false;
+    const bool toRgb = colour.toRgb == MatrixStage::Fixed && colour.toYuv == MatrixStage::None &&
+                       isYuv420x8(srcFormat) && isRgba4x8(dstFormat);
+    const bool toYuv = colour.toRgb == MatrixStage::None && colour.toYuv == MatrixStage::Fixed &&
+                       isRgba4x8(srcFormat) && isYuv420x8(dstFormat);
+    if (!toRgb && !toYuv) return false;
+    plan = FixedPointPlan{};
+    const uint8_t* order = formatTraits(toRgb ? dstFormat : srcFormat)->order;
+    if (toRgb ? !planToRgb(colour, order, plan) : !planToYuv(colour, order, plan)) return false;
+    const int32_t yuvFormat = toRgb ? srcFormat : dstFormat;
+    plan.row = rowIsa() == RowIsa::AVX2 ? fixedRowAvx2(yuvFormat, toRgb) : fixedRowSse2(yuvFormat, toRgb);
+    return true;
+}
+
+}  // namespace fixedpoint
+
+bool fixedPointColorPass(const ColorPlan& colour, const KROFrame& src, KROFrame& dst, bool threaded) {
+    fixedpoint::FixedPointPlan plan;
+    if (!fixedpoint::makeFixedPointPlan(colour, src.format, dst.format, plan)) return false;
+    const int height = dst.height;
+    if (!threaded) {
+        for (int y = 0; y < height; ++y) plan.row(plan, src, dst, y);
+        return true;
+    }
+    // Contiguous bands rather than interleaved rows: a worker then reads each
+    // 4:2:0 chroma row once for both luma rows that share it.
+    CPUTask pool(kDefaultThreadCount);
+    pool.runSlices([&](int slot, int slots) {
+        const int first = static_cast<int>(int64_t{height} * slot / slots);
+        const int end = static_cast<int>(int64_t{height} * (slot + 1) / slots);
+        for (int y = first; y < end; ++y) plan.row(plan, src, dst, y);
+        return true;
+    });
+    pool.join();
+    return true;
+}
+
+}  // namespace KROCOLOR

@@ -1,0 +1,163 @@
+// The fixed-point rows, written once over an instruction-set struct V (SSE2:
+// 8 pixels per step; AVX2: 16) and instantiated by each instruction set's
+// translation unit with its own V, declared in an unnamed namespace there,
+// so no code built for one set is ever linked into a caller of another.
+//
+// V supplies, on registers I of 16-bit lanes (N = V::kPixels of them):
+//   loadBytes(p)       N bytes -> N lanes
+//   loadHalfDup(p)     N/2 bytes, each twice -> N lanes
+//   loadPixels(p,a,b)  4N bytes as two registers of 32-bit pixels
+//   evens(a,b)         pixels 0, 2, 4, ... of a then b, as one register
+//   packLinear(a,b)    32-bit lanes of a then b -> N 16-bit lanes, in order
+//   storePixels(p,lo,hi)  the two halves made by unpacking, in order
+//   storeLuma(p,x)     N lanes -> N bytes
+//   storeSemi(p,x)     U0..U(N/2-1) V0..V(N/2-1) lanes -> interleaved bytes
+//   storePlanar(u,v,x) the same lanes -> N/2 bytes each
+// and the plain integer operations named after their instructions.
+//
+// Vector steps cover x < (width rounded down to N); the rest of the row goes
+// through the scalar form in fixed_point_plan.h. Every load and store stays
+// inside the bytes that the scalar reader and writer of the same pixels
+// touch, so rows ending at their allocation are safe.
+#pragma once
+
+#include <cstddef>
+
+#include "KROColorFunctions.h"
+#include "core/pixel_format_table.h"
+#include "cpu/xsimd/fixed_point_plan.h"
+
+namespace KROCOLOR {
+namespace fixedpoint {
+
+static inline int32_t pair16(int lowLane, int highLane) {
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(lowLane)) |
+                                static_cast<uint32_t>(static_cast<uint16_t>(highLane)) << 16);
+}
+
+template <class V>
+void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y, bool semi) {
+    using I = typename V::I;
+    constexpr int N = V::kPixels;
+    const uint8_t* luma = src.planes[0] + ptrdiff_t{y} * src.strides[0];
+    const uint8_t* u = src.planes[1] + ptrdiff_t{y >> 1} * src.strides[1];
+    const uint8_t* v = semi ? u + 1 : src.planes[2] + ptrdiff_t{y >> 1} * src.strides[2];
+    uint8_t* out = dst.planes[0] + ptrdiff_t{y} * dst.strides[0];
+    const int width = dst.width;
+    const int vectorEnd = width / N * N;
+
+    const I yOffset = V::set16(p.yOffset), yMax = V::set16(p.yMax), zero = V::set16(0);
+    const I cOffset = V::set16(p.chromaOffset), cLo = V::set16(p.chromaLo), cHi = V::set16(p.chromaHi);
+    const I one = V::set16(1), opaque = V::set16(255);
+    const int shift = p.chromaShift;
+    I yu[3], v1[3];
+    for (int k = 0; k < 3; ++k) {
+        yu[k] = V::set32(pair16(p.fromY[k], p.fromU[k]));
+        v1[k] = V::set32(pair16(p.fromV[k], kHalf));
+    }
+    for (int x = 0; x < vectorEnd; x += N) {
+        I cu, cv;
+        if (semi) {  // u0 v0 u1 v1 ...: each 32-bit lane holds one pair
+            const I uv = V::loadBytes(u + x);
+            const I low = V::and_(uv, V::set32(0xFFFF)), high = V::srli32(uv, 16);
+            cu = V::or_(low, V::slli32(low, 16));
+            cv = V::or_(high, V::slli32(high, 16));
+        } else {
+            cu = V::loadHalfDup(u + x / 2);
+            cv = V::loadHalfDup(v + x / 2);
+        }
+        const I yy = V::min16(V::max16(V::sub16(V::loadBytes(luma + x), yOffset), zero), yMax);
+        cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift), cOffset), cLo), cHi);
+        cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift), cOffset), cLo), cHi);
+        const I yuLo = V::unpacklo16(yy, cu), yuHi = V::unpackhi16(yy, cu);
+        const I v1Lo = V::unpacklo16(cv, one), v1Hi = V::unpackhi16(cv, one);
+        I c[3];
+        for (int k = 0; k < 3; ++k) {
+            const I lo = V::srai32(V::add32(V::madd(yuLo, yu[k]), V::madd(v1Lo, v1[k])), kFractionBits);
+            const I hi = V::srai32(V::add32(V::madd(yuHi, yu[k]), V::madd(v1Hi, v1[k])), kFractionBits);
+            c[k] = V::packs32(lo, hi);  // lo and hi came from the same unpack: lanes stay in order
+        }
+        const I b02 = V::packus16(c[0], c[2]), b13 = V::packus16(c[1], opaque);
+        const I e = V::unpacklo8(b02, b13), f = V::unpackhi8(b02, b13);
+        V::storePixels(out + 4 * ptrdiff_t{x}, V::unpacklo16(e, f), V::unpackhi16(e, f));
+    }
+    const ptrdiff_t step = semi ? 2 : 1;
+    for (int x = vectorEnd; x < width; ++x) {
+        const ptrdiff_t cx = (x >> 1) * step;
+        uint8_t* px = out + 4 * ptrdiff_t{x};
+        fixedYuvToRgb(p, luma[x], u[cx], v[cx], px);
+        px[3] = 255;
+    }
+}
+
+template <class V>
+void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y, bool semi) {
+    using I = typename V::I;
+    constexpr int N = V::kPixels;
+    const uint8_t* in = src.planes[0] + ptrdiff_t{y} * src.strides[0];
+    uint8_t* luma = dst.planes[0] + ptrdiff_t{y} * dst.strides[0];
+    uint8_t* u = dst.planes[1] + ptrdiff_t{y >> 1} * dst.strides[1];
+    uint8_t* v = semi ? u + 1 : dst.planes[2] + ptrdiff_t{y >> 1} * dst.strides[2];
+    const bool chromaRow = (y & 1) == 0;  // chroma comes from the block's top-left pixel
+    const int width = dst.width;
+    const int vectorEnd = width / N * N;
+
+    I c01[3], c2[3], bias[3];
+    for (int j = 0; j < 3; ++j) {
+        c01[j] = V::set32(pair16(p.toYuv[j][0], p.toYuv[j][1]));
+        c2[j] = V::set32(pair16(p.toYuv[j][2], 0));
+        bias[j] = V::set32(p.bias[j]);
+    }
+    const I yLo = V::set16(p.lo[0]), yHi = V::set16(p.hi[0]), cLo = V::set16(p.lo[1]), cHi = V::set16(p.hi[1]);
+    const I byte = V::set32(0xFF), third = V::set32(0xFF0000);
+    // Bytes 0 and 1 of each pixel as a pair of 16-bit lanes, and byte 2 with 0.
+    auto pairs01 = [&](I px) { return V::or_(V::and_(px, byte), V::and_(V::slli32(px, 8), third)); };
+    auto pairs2 = [&](I px) { return V::and_(V::srli32(px, 16), byte); };
+    auto component = [&](I px, int j) {
+        const I s = V::add32(V::add32(V::madd(pairs01(px), c01[j]), V::madd(pairs2(px), c2[j])), bias[j]);
+        return V::srai32(s, kFractionBits);
+    };
+
+    for (int x = 0; x < vectorEnd; x += N) {
+        I a, b;
+        V::loadPixels(in + 4 * ptrdiff_t{x}, a, b);
+        V::storeLuma(luma + x, V::min16(V::max16(V::packLinear(component(a, 0), component(b, 0)), yLo), yHi));
+        if (!chromaRow) continue;
+        const I even = V::evens(a, b);
+        const I uv = V::min16(V::max16(V::packs32(component(even, 1), component(even, 2)), cLo), cHi);
+        if (semi)
+            V::storeSemi(u + x, uv);
+        else
+            V::storePlanar(u + x / 2, v + x / 2, uv);
+    }
+    const ptrdiff_t step = semi ? 2 : 1;
+    for (int x = vectorEnd; x < width; ++x) {
+        const uint8_t* px = in + 4 * ptrdiff_t{x};
+        luma[x] = fixedRgbToYuv(p, px, 0);
+        if (!chromaRow || (x & 1)) continue;
+        const ptrdiff_t cx = (x >> 1) * step;
+        u[cx] = fixedRgbToYuv(p, px, 1);
+        v[cx] = fixedRgbToYuv(p, px, 2);
+    }
+}
+
+template <class V>
+void nv12ToRgb(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { yuvToRgbRow<V>(p, s, d, y, true); }
+template <class V>
+void yuv420pToRgb(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { yuvToRgbRow<V>(p, s, d, y, false); }
+template <class V>
+void rgbToNv12(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { rgbToYuvRow<V>(p, s, d, y, true); }
+template <class V>
+void rgbToYuv420p(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { rgbToYuvRow<V>(p, s, d, y, false); }
+
+// The row of a conversion between an 8-bit 4:2:0 YUV format and a packed
+// four-byte RGB layout; `toRgb` says which side is the source.
+template <class V>
+FixedRow rowFor(int32_t yuvFormat, bool toRgb) {
+    const bool semi = yuvFormat == kKRONV12Format;
+    if (toRgb) return semi ? &nv12ToRgb<V> : &yuv420pToRgb<V>;
+    return semi ? &rgbToNv12<V> : &rgbToYuv420p<V>;
+}
+
+}  // namespace fixedpoint
+}  // namespace KROCOLOR

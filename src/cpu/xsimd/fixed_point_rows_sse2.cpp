@@ -1,0 +1,78 @@
+// Fixed-point rows, eight pixels per step in SSE2 registers.
+#include <emmintrin.h>
+
+#include <cstring>
+
+#include "cpu/xsimd/fixed_point_rows.h"
+#include "cpu/xsimd/fixed_point_rows_impl.h"
+
+namespace KROCOLOR {
+namespace fixedpoint {
+namespace {
+
+struct Sse2 {
+    using I = __m128i;
+    static constexpr int kPixels = 8;
+
+    static I set16(int v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
+    static I set32(int32_t v) { return _mm_set1_epi32(v); }
+    static I add32(I a, I b) { return _mm_add_epi32(a, b); }
+    static I sub16(I a, I b) { return _mm_sub_epi16(a, b); }
+    static I min16(I a, I b) { return _mm_min_epi16(a, b); }
+    static I max16(I a, I b) { return _mm_max_epi16(a, b); }
+    static I sll16(I a, int n) { return _mm_sll_epi16(a, _mm_cvtsi32_si128(n)); }
+    static I slli32(I a, int n) { return _mm_sll_epi32(a, _mm_cvtsi32_si128(n)); }
+    static I srli32(I a, int n) { return _mm_srl_epi32(a, _mm_cvtsi32_si128(n)); }
+    static I srai32(I a, int n) { return _mm_sra_epi32(a, _mm_cvtsi32_si128(n)); }
+    static I and_(I a, I b) { return _mm_and_si128(a, b); }
+    static I or_(I a, I b) { return _mm_or_si128(a, b); }
+    static I madd(I a, I b) { return _mm_madd_epi16(a, b); }
+    static I packs32(I a, I b) { return _mm_packs_epi32(a, b); }
+    static I packus16(I a, I b) { return _mm_packus_epi16(a, b); }
+    static I unpacklo8(I a, I b) { return _mm_unpacklo_epi8(a, b); }
+    static I unpackhi8(I a, I b) { return _mm_unpackhi_epi8(a, b); }
+    static I unpacklo16(I a, I b) { return _mm_unpacklo_epi16(a, b); }
+    static I unpackhi16(I a, I b) { return _mm_unpackhi_epi16(a, b); }
+
+    static I loadBytes(const uint8_t* p) {
+        return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
+    }
+    static I loadHalfDup(const uint8_t* p) {
+        int32_t four;
+        std::memcpy(&four, p, sizeof four);
+        const I b = _mm_cvtsi32_si128(four);
+        return _mm_unpacklo_epi8(_mm_unpacklo_epi8(b, b), _mm_setzero_si128());
+    }
+    static void loadPixels(const uint8_t* p, I& a, I& b) {
+        a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16));
+    }
+    static I evens(I a, I b) {
+        return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(2, 0, 2, 0)));
+    }
+    static I packLinear(I a, I b) { return _mm_packs_epi32(a, b); }
+    static void storePixels(uint8_t* p, I lo, I hi) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), lo);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 16), hi);
+    }
+    static void storeLuma(uint8_t* p, I x) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(x, x));
+    }
+    static void storeSemi(uint8_t* p, I uv) {
+        const I t = _mm_packus_epi16(uv, uv);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_unpacklo_epi8(t, _mm_srli_si128(t, 4)));
+    }
+    static void storePlanar(uint8_t* u, uint8_t* v, I uv) {
+        const I t = _mm_packus_epi16(uv, uv);
+        const int32_t us = _mm_cvtsi128_si32(t), vs = _mm_cvtsi128_si32(_mm_srli_si128(t, 4));
+        std::memcpy(u, &us, sizeof us);
+        std::memcpy(v, &vs, sizeof vs);
+    }
+};
+
+}  // namespace
+
+FixedRow fixedRowSse2(int32_t yuvFormat, bool toRgb) { return rowFor<Sse2>(yuvFormat, toRgb); }
+
+}  // namespace fixedpoint
+}  // namespace KROCOLOR
