@@ -1,6 +1,6 @@
 // The SIMD convertor's fixed-point rows against the scalar convertor, for
-// every matrix and range they serve: every (Y, U, V) triple, every (R, G, B)
-// triple (a quarter of them for chroma), then awkward frames (vector tails, odd chroma,
+// every matrix and range they serve: every 8-bit (Y, U, V) triple, every
+// (R, G, B) triple (a quarter of them for chroma), then awkward frames (vector tails, odd chroma,
 // padded rows ending at a guard page) on each instruction set. Padding bytes
 // are filled alike in both destinations and compared too, so a row that
 // writes past its bytes fails.
@@ -13,6 +13,7 @@
 
 #include "KROColorFunctions.h"
 #include "color/row_isa.h"
+#include "core/pixel_format_table.h"
 #include "cpu/cpu_context.h"
 #include "cpu/xsimd/fixed_point_rows.h"
 #include "cpu/xsimd/xsimd_context.h"
@@ -49,10 +50,19 @@ int largestDifference(const FrameBuffers& src, int32_t dstFormat, const Case& c,
     XSimdCPUContext vector;
     EXPECT_EQ(reference.convertColor(&s, &ds), kKROSuccess);
     EXPECT_EQ(vector.convertColor(&s, &dv), kKROSuccess);
+    // Codes are compared as stored: bytes, or little-endian words in units of
+    // the sample's lowest bit (a trailing odd byte of a padded word row too).
+    const FormatTraits& t = *formatTraits(dstFormat);
+    const int unit = t.bytesPerSample, lsb = 1 << t.msbShift;
     int worst = 0;
     for (int p = 0; p < simd.planeCount(); ++p) {
         const uint8_t *a = simd.plane(p), *b = scalar.plane(p);
-        for (size_t i = 0, n = simd.size(p); i < n; ++i) worst = std::max(worst, std::abs(a[i] - b[i]));
+        const size_t n = simd.size(p), whole = n / unit * unit;
+        for (size_t i = 0; i < whole; i += unit) {
+            const int wa = unit == 1 ? a[i] : a[i] | a[i + 1] << 8, wb = unit == 1 ? b[i] : b[i] | b[i + 1] << 8;
+            worst = std::max(worst, (std::abs(wa - wb) + lsb - 1) / lsb);
+        }
+        if (whole < n) worst = std::max(worst, std::abs(a[n - 1] - b[n - 1]));
     }
     return worst;
 }
@@ -95,12 +105,13 @@ TEST_P(FixedRows, EveryRgbTripleWithinOneCode) {
 }
 
 // Vector steps and scalar tails, odd widths and heights, padded rows and
-// planes ending at a guard page, both layouts of each side, on every
-// instruction set the processor has.
+// planes ending at a guard page, every layout of each side (10-bit ones from
+// random words, bits above the tenth included), on every instruction set the
+// processor has.
 TEST_P(FixedRows, AwkwardFramesOnEveryInstructionSet) {
-    const int32_t yuvFormats[] = {kKRONV12Format, kKROYUV420PFormat};
+    const int32_t yuvFormats[] = {kKRONV12Format, kKROYUV420PFormat, kKRONV1210LEFormat, kKROYUV420P10LEFormat};
     const int32_t rgbFormats[] = {kKRORGBA8888Format, kKROBGRA8888Format};
-    const int sizes[][2] = {{1, 1}, {7, 3}, {17, 5}, {33, 9}, {66, 31}};
+    const int sizes[][2] = {{1, 1}, {7, 3}, {17, 5}, {33, 9}, {66, 31}, {256, 130}};
     for (RowIsa isa : {RowIsa::SSE2, RowIsa::AVX2}) {
         if (static_cast<int>(isa) > static_cast<int>(bestRowIsa())) continue;
         forceRowIsa(isa);
@@ -110,6 +121,9 @@ TEST_P(FixedRows, AwkwardFramesOnEveryInstructionSet) {
                     for (int pad : {0, 3}) {
                         FrameBuffers y(yuv, wh[0], wh[1], pad), r(rgb, wh[0], wh[1], pad);
                         y.fillRandom(wh[0] + pad);
+                        if (yuv == kKROYUV420P10LEFormat)  // most words in range, every other one not
+                            for (int p = 0; p < y.planeCount(); ++p)
+                                for (size_t i = 1; i < y.size(p); i += 4) y.plane(p)[i] &= 3;
                         r.fillRandom(wh[1] + pad);
                         const Placement at = pad ? Placement::EndAtGuard : Placement::Heap;
                         EXPECT_LE(largestDifference(y, rgb, GetParam(), pad, at), 1)

@@ -1,4 +1,4 @@
-// Integer coefficients of an 8-bit YUV <-> RGB conversion that applies a
+// Integer coefficients of a YUV <-> 8-bit RGB conversion that applies a
 // matrix and nothing else (no curve, no primaries change): the float
 // pipeline's normalise, matrix, clamp and quantise steps folded into one
 // multiply-add per term, in 13 fractional bits. The coefficients are taken
@@ -6,9 +6,9 @@
 // range the plan can hold is served by the same rows.
 //
 // Accuracy: each coefficient is within 2^-14 of its exact value, so with
-// inputs of at most 255 the sum of three terms is within 0.05 of the float
-// pipeline's value before rounding; every output is therefore within one
-// code of the per-pixel pipeline.
+// inputs of at most 1023 (10-bit) the sum of three terms is within 0.2 of
+// the float pipeline's value before rounding (0.05 at 8 bits); every output
+// is therefore within one code of the per-pixel pipeline.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,8 @@ struct FixedPointPlan {
     int16_t yOffset, yMax, chromaShift, chromaOffset, chromaLo, chromaHi;
     int16_t fromY[3], fromU[3], fromV[3];
     // RGB -> YUV. Component j (Y, U, V) is (sum over positions p of
-    // toYuv[j][p] * byte[p] + bias[j]) >> 13, limited to lo[j] .. hi[j].
+    // toYuv[j][p] * byte[p] + bias[j]) >> 13, limited to lo[j] .. hi[j], in
+    // the codes of the YUV format's depth.
     int16_t toYuv[3][3];
     int32_t bias[3];
     int16_t lo[3], hi[3];
@@ -43,24 +44,24 @@ struct FixedPointPlan {
 
 // ---- the scalar form, used for the tail of a row past the last vector ------
 
-static inline uint8_t clampCode(int32_t v, int32_t lo, int32_t hi) {
-    return static_cast<uint8_t>(v < lo ? lo : v > hi ? hi : v);
-}
+static inline int32_t clampInt(int32_t v, int32_t lo, int32_t hi) { return v < lo ? lo : v > hi ? hi : v; }
 
-// Y, U, V codes -> the three colour bytes of a pixel, in stored order.
+// Y, U, V codes (at most the format's maximum) -> the three colour bytes of
+// a pixel, in stored order.
 static inline void fixedYuvToRgb(const FixedPointPlan& p, int y, int u, int v, uint8_t* out) {
-    const int32_t yy = clampCode(y - p.yOffset, 0, p.yMax);
-    const int32_t uu = (u << p.chromaShift) - p.chromaOffset, vv = (v << p.chromaShift) - p.chromaOffset;
-    const int32_t uc = uu < p.chromaLo ? p.chromaLo : uu > p.chromaHi ? p.chromaHi : uu;
-    const int32_t vc = vv < p.chromaLo ? p.chromaLo : vv > p.chromaHi ? p.chromaHi : vv;
-    for (int k = 0; k < 3; ++k)
-        out[k] = clampCode((p.fromY[k] * yy + p.fromU[k] * uc + p.fromV[k] * vc + kHalf) >> kFractionBits, 0, 255);
+    const int32_t yy = clampInt(y - p.yOffset, 0, p.yMax);
+    const int32_t uc = clampInt((u << p.chromaShift) - p.chromaOffset, p.chromaLo, p.chromaHi);
+    const int32_t vc = clampInt((v << p.chromaShift) - p.chromaOffset, p.chromaLo, p.chromaHi);
+    for (int k = 0; k < 3; ++k) {
+        const int32_t s = (p.fromY[k] * yy + p.fromU[k] * uc + p.fromV[k] * vc + kHalf) >> kFractionBits;
+        out[k] = static_cast<uint8_t>(clampInt(s, 0, 255));
+    }
 }
 
 // Component j (0 Y, 1 U, 2 V) of the pixel whose bytes start at px.
-static inline uint8_t fixedRgbToYuv(const FixedPointPlan& p, const uint8_t* px, int j) {
+static inline int fixedRgbToYuv(const FixedPointPlan& p, const uint8_t* px, int j) {
     const int32_t s = p.toYuv[j][0] * px[0] + p.toYuv[j][1] * px[1] + p.toYuv[j][2] * px[2] + p.bias[j];
-    return clampCode(s >> kFractionBits, p.lo[j], p.hi[j]);
+    return clampInt(s >> kFractionBits, p.lo[j], p.hi[j]);
 }
 
 }  // namespace fixedpoint

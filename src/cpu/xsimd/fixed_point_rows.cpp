@@ -16,7 +16,9 @@ namespace fixedpoint {
 
 namespace {
 
-bool isYuv420x8(int32_t f) { return f == kKRONV12Format || f == kKROYUV420PFormat; }
+bool isYuv420(int32_t f) {
+    return f == kKRONV12Format || f == kKROYUV420PFormat || f == kKRONV1210LEFormat || f == kKROYUV420P10LEFormat;
+}
 bool isRgba4x8(int32_t f) { return f == kKRORGBA8888Format || f == kKROBGRA8888Format; }
 
 // value * 2^13 rounded, or false when it does not fit a 16-bit lane.
@@ -27,29 +29,34 @@ bool toFixed(double value, int16_t& out) {
     return true;
 }
 
-// Codes of the limited (video) and full ranges.
+// The codes of one YUV side: video levels scaled by 2^(d-8), or full range.
 struct Levels {
+    bool full;
+    int maxCode;                  // 255 or 1023
+    int yOffset, yHigh;           // Y codes of 0 and 1
+    int chromaZero, chromaHalf;   // chroma code of 0, codes from 0 to +-0.5
     double lumaSpan, chromaSpan;  // codes per unit of Y and of U, V
-    int yOffset;
 };
 
 Levels levelsOf(const FormatRule& r) {
-    if (r.kind == SampleRule::YUVFull) return {kFullScale8, kFullScale8, 0};
-    return {kVideoLumaSpan, kVideoChromaSpan, static_cast<int>(kVideoBlack)};
+    const int maxCode = static_cast<int>(r.maxCode), s = static_cast<int>(r.scale), half = static_cast<int>(r.half);
+    if (r.kind == SampleRule::YUVFull) return {true, maxCode, 0, maxCode, half, half, r.maxCode, r.maxCode};
+    const int black = static_cast<int>(kVideoBlack) * s, luma = static_cast<int>(kVideoLumaSpan) * s;
+    const int zero = static_cast<int>(kVideoChromaZero) * s, chroma = static_cast<int>(kVideoChromaSpan) * s;
+    return {false, maxCode, black, black + luma, zero, chroma / 2, double(luma), double(chroma)};
 }
 
 // Normalisation clamps Y to 0..1 and chroma to -0.5..0.5. At full range the
-// chroma lower limit is half a code above code 0, so full-range chroma is
+// chroma lower limit lies half a code above code 0, so full-range chroma is
 // taken in half codes (shift 1) to keep that limit exact.
 bool planToRgb(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
     const Levels l = levelsOf(c.src);
-    const bool full = c.src.kind == SampleRule::YUVFull;
     p.yOffset = static_cast<int16_t>(l.yOffset);
-    p.yMax = static_cast<int16_t>(l.lumaSpan);
-    p.chromaShift = full ? 1 : 0;
-    p.chromaOffset = static_cast<int16_t>(static_cast<int>(kVideoChromaZero) << p.chromaShift);
-    p.chromaHi = static_cast<int16_t>(full ? 254 : l.chromaSpan / 2);
-    p.chromaLo = static_cast<int16_t>(full ? -255 : -l.chromaSpan / 2);
+    p.yMax = static_cast<int16_t>(l.yHigh - l.yOffset);
+    p.chromaShift = l.full ? 1 : 0;
+    p.chromaOffset = static_cast<int16_t>(l.chromaZero << p.chromaShift);
+    p.chromaLo = static_cast<int16_t>(l.full ? -l.maxCode : -l.chromaHalf);
+    p.chromaHi = static_cast<int16_t>(l.full ? l.maxCode - 1 : l.chromaHalf);
     const double perY = kFullScale8 / l.lumaSpan, perC = kFullScale8 / (l.chromaSpan * (1 << p.chromaShift));
     for (int k = 0; k < 3; ++k) {
         const int at = order[k];
@@ -60,22 +67,21 @@ bool planToRgb(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
     return true;
 }
 
-// Quantisation rounds half up and limits Y to 0..1 and chroma to -0.5..0.5
-// of the range; at full range chroma -0.5 lands on code 0.5, stored as 1.
+// Quantisation rounds half up and limits Y to 0..1 and chroma to -0.5..0.5;
+// at full range chroma -0.5 lands half a code above 0 and is stored as 1.
 bool planToYuv(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
     const Levels l = levelsOf(c.dst);
-    const bool full = c.dst.kind == SampleRule::YUVFull;
     const double span[3] = {l.lumaSpan, l.chromaSpan, l.chromaSpan};
-    const int zero[3] = {l.yOffset, static_cast<int>(kVideoChromaZero), static_cast<int>(kVideoChromaZero)};
+    const int zero[3] = {l.yOffset, l.chromaZero, l.chromaZero};
     for (int j = 0; j < 3; ++j) {
         for (int k = 0; k < 3; ++k)
             if (!toFixed(c.rgbToYuv.m[j][k] * span[j] / kFullScale8, p.toYuv[j][order[k]])) return false;
         p.bias[j] = (zero[j] << kFractionBits) + kHalf;
     }
     p.lo[0] = static_cast<int16_t>(l.yOffset);
-    p.hi[0] = static_cast<int16_t>(l.yOffset + l.lumaSpan);
-    p.lo[1] = p.lo[2] = static_cast<int16_t>(full ? 1 : kVideoChromaZero - l.chromaSpan / 2);
-    p.hi[1] = p.hi[2] = static_cast<int16_t>(full ? 255 : kVideoChromaZero + l.chromaSpan / 2);
+    p.hi[0] = static_cast<int16_t>(l.yHigh);
+    p.lo[1] = p.lo[2] = static_cast<int16_t>(l.full ? 1 : l.chromaZero - l.chromaHalf);
+    p.hi[1] = p.hi[2] = static_cast<int16_t>(l.full ? l.maxCode : l.chromaZero + l.chromaHalf);
     return true;
 }
 
@@ -84,9 +90,9 @@ bool planToYuv(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
 bool makeFixedPointPlan(const ColorPlan& colour, int32_t srcFormat, int32_t dstFormat, FixedPointPlan& plan) {
     if (colour.linearStages) return false;
     const bool toRgb = colour.toRgb == MatrixStage::Fixed && colour.toYuv == MatrixStage::None &&
-                       isYuv420x8(srcFormat) && isRgba4x8(dstFormat);
+                       isYuv420(srcFormat) && isRgba4x8(dstFormat);
     const bool toYuv = colour.toRgb == MatrixStage::None && colour.toYuv == MatrixStage::Fixed &&
-                       isRgba4x8(srcFormat) && isYuv420x8(dstFormat);
+                       isRgba4x8(srcFormat) && isYuv420(dstFormat);
     if (!toRgb && !toYuv) return false;
     plan = FixedPointPlan{};
     const uint8_t* order = formatTraits(toRgb ? dstFormat : srcFormat)->order;

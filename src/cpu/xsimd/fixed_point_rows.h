@@ -1,6 +1,7 @@
-// Integer rows for the SIMD convertor's commonest conversions: 8-bit NV12 or
-// YUV420P to and from packed RGBA or BGRA when the colour plan applies one
-// fixed matrix and nothing else (any range, any matrix with a fixed table).
+// Integer rows for the SIMD convertor's commonest conversions: 4:2:0 YUV
+// (NV12, YUV420P, P010, YUV420P10) to and from 8-bit RGBA or BGRA when the
+// colour plan applies one fixed matrix and nothing else (any range, any
+// matrix with a fixed table).
 // They replace the float pass for such frames; results stay within one code
 // of the per-pixel pipeline.
 #pragma once

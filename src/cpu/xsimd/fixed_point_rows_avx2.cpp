@@ -34,6 +34,9 @@ struct Avx2 {
     static I unpackhi8(I a, I b) { return _mm256_unpackhi_epi8(a, b); }
     static I unpacklo16(I a, I b) { return _mm256_unpacklo_epi16(a, b); }
     static I unpackhi16(I a, I b) { return _mm256_unpackhi_epi16(a, b); }
+    static I srli16(I a, int n) { return _mm256_srl_epi16(a, _mm_cvtsi32_si128(n)); }
+    static I slli16(I a, int n) { return _mm256_sll_epi16(a, _mm_cvtsi32_si128(n)); }
+    static I minu16(I a, int limit) { return _mm256_min_epu16(a, set16(limit)); }
 
     static I loadBytes(const uint8_t* p) {
         return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
@@ -41,6 +44,11 @@ struct Avx2 {
     static I loadHalfDup(const uint8_t* p) {
         const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
         return _mm256_cvtepu8_epi16(_mm_unpacklo_epi8(b, b));
+    }
+    static I loadWords(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+    static I loadHalfDupWords(const uint8_t* p) {
+        const I w = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+        return _mm256_or_si256(w, _mm256_slli_epi32(w, 16));
     }
     static void loadPixels(const uint8_t* p, I& a, I& b) {
         a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
@@ -75,6 +83,15 @@ struct Avx2 {
         const __m128i low = _mm256_castsi256_si128(t);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(u), low);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(v), _mm_srli_si128(low, 8));
+    }
+    static void storeLumaWords(uint8_t* p, I x) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), x); }
+    static void storeSemiWords(uint8_t* p, I uv) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_unpacklo_epi16(uv, _mm256_srli_si256(uv, 8)));
+    }
+    static void storePlanarWords(uint8_t* u, uint8_t* v, I uv) {
+        const I t = _mm256_permute4x64_epi64(uv, _MM_SHUFFLE(3, 1, 2, 0));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(u), _mm256_castsi256_si128(t));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(v), _mm256_extracti128_si256(t, 1));
     }
 };
 

@@ -13,6 +13,8 @@
 //   storeLuma(p,x)     N lanes -> N bytes
 //   storeSemi(p,x)     U0..U(N/2-1) V0..V(N/2-1) lanes -> interleaved bytes
 //   storePlanar(u,v,x) the same lanes -> N/2 bytes each
+//   loadWords, loadHalfDupWords, storeLumaWords, storeSemiWords,
+//   storePlanarWords   the same for little-endian 16-bit samples
 // and the plain integer operations named after their instructions.
 //
 // Vector steps cover x < (width rounded down to N); the rest of the row goes
@@ -35,13 +37,74 @@ static inline int32_t pair16(int lowLane, int highLane) {
                                 static_cast<uint32_t>(static_cast<uint16_t>(highLane)) << 16);
 }
 
-template <class V>
-void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y, bool semi) {
+// The YUV side: 4:2:0, semi-planar (NV12, P010) or planar (YUV420P,
+// YUV420P10), 8-bit or 10-bit in little-endian words, P010's samples in the
+// top 10 bits of each word.
+template <bool Semi, bool Words, int MsbShift>
+struct Yuv420 {
+    static constexpr bool kSemi = Semi;
+    static constexpr bool kWords = Words;
+    static constexpr int kMsbShift = MsbShift;
+    static constexpr int kBytes = Words ? 2 : 1;
+};
+
+// Start of row `row` of a plane. Word planes count their stride in whole
+// words, so an odd byte stride loses its last byte, as everywhere else.
+template <class Y, class Plane>
+static inline Plane* rowOf(Plane* plane, int32_t stride, int row) {
+    const ptrdiff_t unit = Y::kWords ? ptrdiff_t{stride / 2} * 2 : ptrdiff_t{stride};
+    return plane + ptrdiff_t{row} * unit;
+}
+
+template <class Y>
+static inline int sampleAt(const uint8_t* row, ptrdiff_t i) {
+    if constexpr (!Y::kWords) {
+        return row[i];
+    } else {
+        const unsigned w = unsigned{row[2 * i]} | unsigned{row[2 * i + 1]} << 8;
+        return static_cast<int>(w >> Y::kMsbShift);
+    }
+}
+
+template <class Y>
+static inline void storeSample(uint8_t* row, ptrdiff_t i, int value) {
+    if constexpr (!Y::kWords) {
+        row[i] = static_cast<uint8_t>(value);
+    } else {
+        const unsigned w = static_cast<unsigned>(value) << Y::kMsbShift;
+        row[2 * i] = static_cast<uint8_t>(w);
+        row[2 * i + 1] = static_cast<uint8_t>(w >> 8);
+    }
+}
+
+// N samples of the YUV side from sample index i of a row, as 16-bit lanes
+// no larger than the format's maximum code (words of YUV420P10 may carry
+// bits above the tenth; the per-pixel normalisation clamps them to full
+// scale, and so does this limit).
+template <class V, class Y>
+static inline typename V::I loadSamples(const uint8_t* row, ptrdiff_t i) {
+    if constexpr (!Y::kWords) {
+        return V::loadBytes(row + i);
+    } else {
+        const typename V::I w = V::loadWords(row + 2 * i);
+        if constexpr (Y::kMsbShift != 0) return V::srli16(w, Y::kMsbShift);
+        return V::minu16(w, 1023);
+    }
+}
+
+template <class V, class Y>
+static inline typename V::I loadHalfDup(const uint8_t* row, ptrdiff_t i) {
+    if constexpr (!Y::kWords) return V::loadHalfDup(row + i);
+    else return V::minu16(V::loadHalfDupWords(row + 2 * i), 1023);
+}
+
+template <class V, class Y>
+void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y) {
     using I = typename V::I;
     constexpr int N = V::kPixels;
-    const uint8_t* luma = src.planes[0] + ptrdiff_t{y} * src.strides[0];
-    const uint8_t* u = src.planes[1] + ptrdiff_t{y >> 1} * src.strides[1];
-    const uint8_t* v = semi ? u + 1 : src.planes[2] + ptrdiff_t{y >> 1} * src.strides[2];
+    const uint8_t* luma = rowOf<Y>(src.planes[0], src.strides[0], y);
+    const uint8_t* u = rowOf<Y>(src.planes[1], src.strides[1], y >> 1);
+    const uint8_t* v = Y::kSemi ? u : rowOf<Y>(src.planes[2], src.strides[2], y >> 1);
     uint8_t* out = dst.planes[0] + ptrdiff_t{y} * dst.strides[0];
     const int width = dst.width;
     const int vectorEnd = width / N * N;
@@ -57,16 +120,16 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
     }
     for (int x = 0; x < vectorEnd; x += N) {
         I cu, cv;
-        if (semi) {  // u0 v0 u1 v1 ...: each 32-bit lane holds one pair
-            const I uv = V::loadBytes(u + x);
+        if constexpr (Y::kSemi) {  // u0 v0 u1 v1 ...: each 32-bit lane holds one pair
+            const I uv = loadSamples<V, Y>(u, x);
             const I low = V::and_(uv, V::set32(0xFFFF)), high = V::srli32(uv, 16);
             cu = V::or_(low, V::slli32(low, 16));
             cv = V::or_(high, V::slli32(high, 16));
         } else {
-            cu = V::loadHalfDup(u + x / 2);
-            cv = V::loadHalfDup(v + x / 2);
+            cu = loadHalfDup<V, Y>(u, x / 2);
+            cv = loadHalfDup<V, Y>(v, x / 2);
         }
-        const I yy = V::min16(V::max16(V::sub16(V::loadBytes(luma + x), yOffset), zero), yMax);
+        const I yy = V::min16(V::max16(V::sub16(loadSamples<V, Y>(luma, x), yOffset), zero), yMax);
         cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift), cOffset), cLo), cHi);
         cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift), cOffset), cLo), cHi);
         const I yuLo = V::unpacklo16(yy, cu), yuHi = V::unpackhi16(yy, cu);
@@ -81,23 +144,26 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
         const I e = V::unpacklo8(b02, b13), f = V::unpackhi8(b02, b13);
         V::storePixels(out + 4 * ptrdiff_t{x}, V::unpacklo16(e, f), V::unpackhi16(e, f));
     }
-    const ptrdiff_t step = semi ? 2 : 1;
+    const int maxCode = Y::kWords ? 1023 : 255;
     for (int x = vectorEnd; x < width; ++x) {
-        const ptrdiff_t cx = (x >> 1) * step;
+        const ptrdiff_t cx = x >> 1;
+        const int cu = Y::kSemi ? sampleAt<Y>(u, 2 * cx) : sampleAt<Y>(u, cx);
+        const int cv = Y::kSemi ? sampleAt<Y>(u, 2 * cx + 1) : sampleAt<Y>(v, cx);
+        const int ly = sampleAt<Y>(luma, x);
         uint8_t* px = out + 4 * ptrdiff_t{x};
-        fixedYuvToRgb(p, luma[x], u[cx], v[cx], px);
+        fixedYuvToRgb(p, ly < maxCode ? ly : maxCode, cu < maxCode ? cu : maxCode, cv < maxCode ? cv : maxCode, px);
         px[3] = 255;
     }
 }
 
-template <class V>
-void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y, bool semi) {
+template <class V, class Y>
+void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y) {
     using I = typename V::I;
     constexpr int N = V::kPixels;
     const uint8_t* in = src.planes[0] + ptrdiff_t{y} * src.strides[0];
-    uint8_t* luma = dst.planes[0] + ptrdiff_t{y} * dst.strides[0];
-    uint8_t* u = dst.planes[1] + ptrdiff_t{y >> 1} * dst.strides[1];
-    uint8_t* v = semi ? u + 1 : dst.planes[2] + ptrdiff_t{y >> 1} * dst.strides[2];
+    uint8_t* luma = rowOf<Y>(dst.planes[0], dst.strides[0], y);
+    uint8_t* u = rowOf<Y>(dst.planes[1], dst.strides[1], y >> 1);
+    uint8_t* v = Y::kSemi ? u : rowOf<Y>(dst.planes[2], dst.strides[2], y >> 1);
     const bool chromaRow = (y & 1) == 0;  // chroma comes from the block's top-left pixel
     const int width = dst.width;
     const int vectorEnd = width / N * N;
@@ -121,42 +187,52 @@ void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
     for (int x = 0; x < vectorEnd; x += N) {
         I a, b;
         V::loadPixels(in + 4 * ptrdiff_t{x}, a, b);
-        V::storeLuma(luma + x, V::min16(V::max16(V::packLinear(component(a, 0), component(b, 0)), yLo), yHi));
+        const I yy = V::min16(V::max16(V::packLinear(component(a, 0), component(b, 0)), yLo), yHi);
+        if constexpr (Y::kWords) V::storeLumaWords(luma + 2 * x, V::slli16(yy, Y::kMsbShift));
+        else V::storeLuma(luma + x, yy);
         if (!chromaRow) continue;
         const I even = V::evens(a, b);
-        const I uv = V::min16(V::max16(V::packs32(component(even, 1), component(even, 2)), cLo), cHi);
-        if (semi)
-            V::storeSemi(u + x, uv);
-        else
-            V::storePlanar(u + x / 2, v + x / 2, uv);
+        I uv = V::min16(V::max16(V::packs32(component(even, 1), component(even, 2)), cLo), cHi);
+        if constexpr (Y::kWords) {
+            uv = V::slli16(uv, Y::kMsbShift);
+            if constexpr (Y::kSemi) V::storeSemiWords(u + 2 * x, uv);
+            else V::storePlanarWords(u + x, v + x, uv);  // x / 2 words
+        } else {
+            if constexpr (Y::kSemi) V::storeSemi(u + x, uv);
+            else V::storePlanar(u + x / 2, v + x / 2, uv);
+        }
     }
-    const ptrdiff_t step = semi ? 2 : 1;
     for (int x = vectorEnd; x < width; ++x) {
         const uint8_t* px = in + 4 * ptrdiff_t{x};
-        luma[x] = fixedRgbToYuv(p, px, 0);
+        storeSample<Y>(luma, x, fixedRgbToYuv(p, px, 0));
         if (!chromaRow || (x & 1)) continue;
-        const ptrdiff_t cx = (x >> 1) * step;
-        u[cx] = fixedRgbToYuv(p, px, 1);
-        v[cx] = fixedRgbToYuv(p, px, 2);
+        const ptrdiff_t cx = x >> 1;
+        if constexpr (Y::kSemi) {
+            storeSample<Y>(u, 2 * cx, fixedRgbToYuv(p, px, 1));
+            storeSample<Y>(u, 2 * cx + 1, fixedRgbToYuv(p, px, 2));
+        } else {
+            storeSample<Y>(u, cx, fixedRgbToYuv(p, px, 1));
+            storeSample<Y>(v, cx, fixedRgbToYuv(p, px, 2));
+        }
     }
 }
 
-template <class V>
-void nv12ToRgb(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { yuvToRgbRow<V>(p, s, d, y, true); }
-template <class V>
-void yuv420pToRgb(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { yuvToRgbRow<V>(p, s, d, y, false); }
-template <class V>
-void rgbToNv12(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { rgbToYuvRow<V>(p, s, d, y, true); }
-template <class V>
-void rgbToYuv420p(const FixedPointPlan& p, const KROFrame& s, KROFrame& d, int y) { rgbToYuvRow<V>(p, s, d, y, false); }
+template <class V, class Y>
+FixedRow rowOfSide(bool toRgb) {
+    return toRgb ? &yuvToRgbRow<V, Y> : &rgbToYuvRow<V, Y>;
+}
 
-// The row of a conversion between an 8-bit 4:2:0 YUV format and a packed
-// four-byte RGB layout; `toRgb` says which side is the source.
+// The row of a conversion between a 4:2:0 YUV format and a packed four-byte
+// RGB layout; `toRgb` says which side is the source.
 template <class V>
 FixedRow rowFor(int32_t yuvFormat, bool toRgb) {
-    const bool semi = yuvFormat == kKRONV12Format;
-    if (toRgb) return semi ? &nv12ToRgb<V> : &yuv420pToRgb<V>;
-    return semi ? &rgbToNv12<V> : &rgbToYuv420p<V>;
+    switch (yuvFormat) {
+    case kKRONV12Format: return rowOfSide<V, Yuv420<true, false, 0>>(toRgb);
+    case kKROYUV420PFormat: return rowOfSide<V, Yuv420<false, false, 0>>(toRgb);
+    case kKRONV1210LEFormat: return rowOfSide<V, Yuv420<true, true, 6>>(toRgb);
+    case kKROYUV420P10LEFormat: return rowOfSide<V, Yuv420<false, true, 0>>(toRgb);
+    default: return nullptr;
+    }
 }
 
 }  // namespace fixedpoint

@@ -33,6 +33,10 @@ struct Sse2 {
     static I unpackhi8(I a, I b) { return _mm_unpackhi_epi8(a, b); }
     static I unpacklo16(I a, I b) { return _mm_unpacklo_epi16(a, b); }
     static I unpackhi16(I a, I b) { return _mm_unpackhi_epi16(a, b); }
+    static I srli16(I a, int n) { return _mm_srl_epi16(a, _mm_cvtsi32_si128(n)); }
+    static I slli16(I a, int n) { return _mm_sll_epi16(a, _mm_cvtsi32_si128(n)); }
+    // Unsigned minimum without SSE4.1: a - max(a - limit, 0).
+    static I minu16(I a, int limit) { return _mm_sub_epi16(a, _mm_subs_epu16(a, set16(limit))); }
 
     static I loadBytes(const uint8_t* p) {
         return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
@@ -42,6 +46,11 @@ struct Sse2 {
         std::memcpy(&four, p, sizeof four);
         const I b = _mm_cvtsi32_si128(four);
         return _mm_unpacklo_epi8(_mm_unpacklo_epi8(b, b), _mm_setzero_si128());
+    }
+    static I loadWords(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+    static I loadHalfDupWords(const uint8_t* p) {
+        const I w = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        return _mm_unpacklo_epi16(w, w);
     }
     static void loadPixels(const uint8_t* p, I& a, I& b) {
         a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
@@ -67,6 +76,14 @@ struct Sse2 {
         const int32_t us = _mm_cvtsi128_si32(t), vs = _mm_cvtsi128_si32(_mm_srli_si128(t, 4));
         std::memcpy(u, &us, sizeof us);
         std::memcpy(v, &vs, sizeof vs);
+    }
+    static void storeLumaWords(uint8_t* p, I x) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), x); }
+    static void storeSemiWords(uint8_t* p, I uv) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_unpacklo_epi16(uv, _mm_srli_si128(uv, 8)));
+    }
+    static void storePlanarWords(uint8_t* u, uint8_t* v, I uv) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(u), uv);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(v), _mm_srli_si128(uv, 8));
     }
 };
 
