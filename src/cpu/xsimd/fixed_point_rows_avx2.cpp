@@ -50,6 +50,20 @@ struct Avx2 {
         const I w = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
         return _mm256_or_si256(w, _mm256_slli_epi32(w, 16));
     }
+    // Byte shuffles do in one step what SSE2 does with masks and shifts.
+    static void loadSemiDup(const uint8_t* p, I& u, I& v) {
+        const __m128i uv = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        u = _mm256_cvtepu8_epi16(_mm_shuffle_epi8(uv, _mm_setr_epi8(0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14)));
+        v = _mm256_cvtepu8_epi16(_mm_shuffle_epi8(uv, _mm_setr_epi8(1, 1, 3, 3, 5, 5, 7, 7, 9, 9, 11, 11, 13, 13, 15, 15)));
+    }
+    static I pairs01(I px) {
+        return _mm256_shuffle_epi8(px, _mm256_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1, 0, -1, 1,
+                                                        -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1));
+    }
+    static I pairs2(I px) {
+        return _mm256_shuffle_epi8(px, _mm256_setr_epi8(2, -1, -1, -1, 6, -1, -1, -1, 10, -1, -1, -1, 14, -1, -1, -1, 2,
+                                                        -1, -1, -1, 6, -1, -1, -1, 10, -1, -1, -1, 14, -1, -1, -1));
+    }
     static void loadPixels(const uint8_t* p, I& a, I& b) {
         a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
         b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32));

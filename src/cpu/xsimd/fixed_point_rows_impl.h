@@ -7,7 +7,10 @@
 //   loadBytes(p)       N bytes -> N lanes
 //   loadHalfDup(p)     N/2 bytes, each twice -> N lanes
 //   loadPixels(p,a,b)  4N bytes as two registers of 32-bit pixels
+//   loadSemiDup(p,u,v) N bytes u0 v0 u1 v1 ... -> u0 u0 u1 u1 ... and v alike
 //   evens(a,b)         pixels 0, 2, 4, ... of a then b, as one register
+//   pairs01(px), pairs2(px)  bytes 0 and 1 of each 32-bit pixel as two
+//                      16-bit lanes; byte 2 and zero
 //   packLinear(a,b)    32-bit lanes of a then b -> N 16-bit lanes, in order
 //   storePixels(p,lo,hi)  the two halves made by unpacking, in order
 //   storeLuma(p,x)     N lanes -> N bytes
@@ -120,7 +123,9 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
     }
     for (int x = 0; x < vectorEnd; x += N) {
         I cu, cv;
-        if constexpr (Y::kSemi) {  // u0 v0 u1 v1 ...: each 32-bit lane holds one pair
+        if constexpr (Y::kSemi && !Y::kWords) {
+            V::loadSemiDup(u + x, cu, cv);
+        } else if constexpr (Y::kSemi) {  // u0 v0 u1 v1 ...: each 32-bit lane holds one pair
             const I uv = loadSamples<V, Y>(u, x);
             const I low = V::and_(uv, V::set32(0xFFFF)), high = V::srli32(uv, 16);
             cu = V::or_(low, V::slli32(low, 16));
@@ -175,24 +180,23 @@ void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
         bias[j] = V::set32(p.bias[j]);
     }
     const I yLo = V::set16(p.lo[0]), yHi = V::set16(p.hi[0]), cLo = V::set16(p.lo[1]), cHi = V::set16(p.hi[1]);
-    const I byte = V::set32(0xFF), third = V::set32(0xFF0000);
     // Bytes 0 and 1 of each pixel as a pair of 16-bit lanes, and byte 2 with 0.
-    auto pairs01 = [&](I px) { return V::or_(V::and_(px, byte), V::and_(V::slli32(px, 8), third)); };
-    auto pairs2 = [&](I px) { return V::and_(V::srli32(px, 16), byte); };
-    auto component = [&](I px, int j) {
-        const I s = V::add32(V::add32(V::madd(pairs01(px), c01[j]), V::madd(pairs2(px), c2[j])), bias[j]);
-        return V::srai32(s, kFractionBits);
+    auto component = [&](I p01, I p2, int j) {
+        return V::srai32(V::add32(V::add32(V::madd(p01, c01[j]), V::madd(p2, c2[j])), bias[j]), kFractionBits);
     };
 
     for (int x = 0; x < vectorEnd; x += N) {
         I a, b;
         V::loadPixels(in + 4 * ptrdiff_t{x}, a, b);
-        const I yy = V::min16(V::max16(V::packLinear(component(a, 0), component(b, 0)), yLo), yHi);
+        const I yy = V::min16(
+            V::max16(V::packLinear(component(V::pairs01(a), V::pairs2(a), 0), component(V::pairs01(b), V::pairs2(b), 0)),
+                     yLo),
+            yHi);
         if constexpr (Y::kWords) V::storeLumaWords(luma + 2 * x, V::slli16(yy, Y::kMsbShift));
         else V::storeLuma(luma + x, yy);
         if (!chromaRow) continue;
-        const I even = V::evens(a, b);
-        I uv = V::min16(V::max16(V::packs32(component(even, 1), component(even, 2)), cLo), cHi);
+        const I even = V::evens(a, b), e01 = V::pairs01(even), e2 = V::pairs2(even);
+        I uv = V::min16(V::max16(V::packs32(component(e01, e2, 1), component(e01, e2, 2)), cLo), cHi);
         if constexpr (Y::kWords) {
             uv = V::slli16(uv, Y::kMsbShift);
             if constexpr (Y::kSemi) V::storeSemiWords(u + 2 * x, uv);

@@ -52,6 +52,17 @@ struct Sse2 {
         const I w = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
         return _mm_unpacklo_epi16(w, w);
     }
+    static void loadSemiDup(const uint8_t* p, I& u, I& v) {
+        const I uv = loadBytes(p);  // each 32-bit lane holds one (u, v) pair
+        const I low = _mm_and_si128(uv, _mm_set1_epi32(0xFFFF)), high = _mm_srli_epi32(uv, 16);
+        u = _mm_or_si128(low, _mm_slli_epi32(low, 16));
+        v = _mm_or_si128(high, _mm_slli_epi32(high, 16));
+    }
+    static I pairs01(I px) {
+        return _mm_or_si128(_mm_and_si128(px, _mm_set1_epi32(0xFF)),
+                            _mm_and_si128(_mm_slli_epi32(px, 8), _mm_set1_epi32(0xFF0000)));
+    }
+    static I pairs2(I px) { return _mm_and_si128(_mm_srli_epi32(px, 16), _mm_set1_epi32(0xFF)); }
     static void loadPixels(const uint8_t* p, I& a, I& b) {
         a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
         b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16));
