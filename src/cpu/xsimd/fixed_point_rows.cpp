@@ -63,6 +63,10 @@ bool planToRgb(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
         if (!toFixed(c.yuvToRgb.m[k][0] * perY, p.fromY[at]) || !toFixed(c.yuvToRgb.m[k][1] * perC, p.fromU[at]) ||
             !toFixed(c.yuvToRgb.m[k][2] * perC, p.fromV[at]))
             return false;
+        // 8-bit sums are formed in 16-bit lanes (kNarrowBits): they must fit.
+        const double chroma = (std::abs(p.fromU[at]) + std::abs(p.fromV[at])) * double(l.chromaHalf << p.chromaShift);
+        const double sum = (std::abs(p.fromY[at]) * double(p.yMax) + chroma) * (1 << kNarrowUp) / 65536.0;
+        if (l.maxCode == 255 && sum + kNarrowRound > 32767.0) return false;
     }
     return true;
 }

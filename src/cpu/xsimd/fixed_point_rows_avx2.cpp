@@ -17,6 +17,9 @@ struct Avx2 {
 
     static I set16(int v) { return _mm256_set1_epi16(static_cast<int16_t>(v)); }
     static I set32(int32_t v) { return _mm256_set1_epi32(v); }
+    static I add16(I a, I b) { return _mm256_add_epi16(a, b); }
+    static I mulhi16(I a, I b) { return _mm256_mulhi_epi16(a, b); }
+    static I srai16(I a, int n) { return _mm256_sra_epi16(a, _mm_cvtsi32_si128(n)); }
     static I add32(I a, I b) { return _mm256_add_epi32(a, b); }
     static I sub16(I a, I b) { return _mm256_sub_epi16(a, b); }
     static I min16(I a, I b) { return _mm256_min_epi16(a, b); }

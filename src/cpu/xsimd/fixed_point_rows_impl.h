@@ -101,6 +101,15 @@ static inline typename V::I loadHalfDup(const uint8_t* row, ptrdiff_t i) {
     else return V::minu16(V::loadHalfDupWords(row + 2 * i), 1023);
 }
 
+// Codes 0..255 of the first three positions and opaque alpha, as four
+// pixels' bytes in order.
+template <class V>
+static inline void storeRgba(uint8_t* out, const typename V::I c[3], typename V::I opaque) {
+    const typename V::I b02 = V::packus16(c[0], c[2]), b13 = V::packus16(c[1], opaque);
+    const typename V::I e = V::unpacklo8(b02, b13), f = V::unpackhi8(b02, b13);
+    V::storePixels(out, V::unpacklo16(e, f), V::unpackhi16(e, f));
+}
+
 template <class V, class Y>
 void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y) {
     using I = typename V::I;
@@ -116,11 +125,21 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
     const I cOffset = V::set16(p.chromaOffset), cLo = V::set16(p.chromaLo), cHi = V::set16(p.chromaHi);
     const I one = V::set16(1), opaque = V::set16(255);
     const int shift = p.chromaShift;
-    I yu[3], v1[3];
+    I yu[3], v1[3], mY[3], mU[3], mV[3];
     for (int k = 0; k < 3; ++k) {
         yu[k] = V::set32(pair16(p.fromY[k], p.fromU[k]));
         v1[k] = V::set32(pair16(p.fromV[k], kHalf));
+        mY[k] = V::set16(p.fromY[k]);
+        mU[k] = V::set16(p.fromU[k]);
+        mV[k] = V::set16(p.fromV[k]);
     }
+    // 8-bit samples take the 16-bit form: inputs 2^7 up, products' high
+    // halves, sums in 1/16 code (offsets and limits wrap alike, so the
+    // full-range chroma offset of 2^15 works).
+    const I yOffsetN = V::set16(p.yOffset << kNarrowUp), yMaxN = V::set16(p.yMax << kNarrowUp);
+    const I cOffsetN = V::set16(p.chromaOffset << kNarrowUp);
+    const I cLoN = V::set16(p.chromaLo * (1 << kNarrowUp)), cHiN = V::set16(p.chromaHi << kNarrowUp);
+    const I roundN = V::set16(kNarrowRound);
     for (int x = 0; x < vectorEnd; x += N) {
         I cu, cv;
         if constexpr (Y::kSemi && !Y::kWords) {
@@ -134,6 +153,19 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
             cu = loadHalfDup<V, Y>(u, x / 2);
             cv = loadHalfDup<V, Y>(v, x / 2);
         }
+        if constexpr (!Y::kWords) {
+            const I yy = V::min16(V::max16(V::sub16(V::sll16(V::loadBytes(luma + x), kNarrowUp), yOffsetN), zero), yMaxN);
+            cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift + kNarrowUp), cOffsetN), cLoN), cHiN);
+            cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift + kNarrowUp), cOffsetN), cLoN), cHiN);
+            I c[3];
+            for (int k = 0; k < 3; ++k) {
+                const I s = V::add16(V::add16(V::mulhi16(yy, mY[k]), V::mulhi16(cu, mU[k])),
+                                     V::add16(V::mulhi16(cv, mV[k]), roundN));
+                c[k] = V::srai16(s, kNarrowBits);
+            }
+            storeRgba<V>(out + 4 * ptrdiff_t{x}, c, opaque);
+            continue;
+        }
         const I yy = V::min16(V::max16(V::sub16(loadSamples<V, Y>(luma, x), yOffset), zero), yMax);
         cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift), cOffset), cLo), cHi);
         cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift), cOffset), cLo), cHi);
@@ -145,9 +177,7 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
             const I hi = V::srai32(V::add32(V::madd(yuHi, yu[k]), V::madd(v1Hi, v1[k])), kFractionBits);
             c[k] = V::packs32(lo, hi);  // lo and hi came from the same unpack: lanes stay in order
         }
-        const I b02 = V::packus16(c[0], c[2]), b13 = V::packus16(c[1], opaque);
-        const I e = V::unpacklo8(b02, b13), f = V::unpackhi8(b02, b13);
-        V::storePixels(out + 4 * ptrdiff_t{x}, V::unpacklo16(e, f), V::unpackhi16(e, f));
+        storeRgba<V>(out + 4 * ptrdiff_t{x}, c, opaque);
     }
     const int maxCode = Y::kWords ? 1023 : 255;
     for (int x = vectorEnd; x < width; ++x) {
