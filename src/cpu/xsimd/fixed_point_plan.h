@@ -22,10 +22,10 @@ constexpr int kFractionBits = 13;
 constexpr int32_t kHalf = 1 << (kFractionBits - 1);
 
 // The 16-bit form of 8-bit YUV -> RGB: inputs shifted up by kNarrowUp, the
-// high 16 bits of each product kept (the coefficients unchanged), sums in
-// 1/16 code. Each product is truncated (up to 1/16 code low), so the
-// rounding constant adds 1/16 on top of the half code; with the coefficient
-// error the result stays within 0.2 code of the exact value.
+// high 16 bits of each product kept (the same coefficients), sums in 1/16
+// code. Each product is truncated (up to 1/16 code low), so the rounding
+// constant adds 1/16 on top of the half code; with the coefficient error the
+// result stays within 0.2 code of the exact value.
 constexpr int kNarrowUp = 7;
 constexpr int kNarrowBits = kFractionBits + kNarrowUp - 16;
 constexpr int kNarrowRound = (1 << (kNarrowBits - 1)) + 1;

@@ -110,8 +110,86 @@ static inline void storeRgba(uint8_t* out, const typename V::I c[3], typename V:
     V::storePixels(out, V::unpacklo16(e, f), V::unpackhi16(e, f));
 }
 
+// The chroma of pixels x .. x + N - 1, each sample taken by both pixels of
+// its pair.
 template <class V, class Y>
-void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y) {
+static inline void loadChroma(const uint8_t* u, const uint8_t* v, int x, typename V::I& cu, typename V::I& cv) {
+    using I = typename V::I;
+    if constexpr (Y::kSemi && !Y::kWords) {
+        V::loadSemiDup(u + x, cu, cv);
+    } else if constexpr (Y::kSemi) {  // u0 v0 u1 v1 ...: each 32-bit lane holds one pair
+        const I uv = loadSamples<V, Y>(u, x);
+        const I low = V::and_(uv, V::set32(0xFFFF)), high = V::srli32(uv, 16);
+        cu = V::or_(low, V::slli32(low, 16));
+        cv = V::or_(high, V::slli32(high, 16));
+    } else {
+        cu = loadHalfDup<V, Y>(u, x / 2);
+        cv = loadHalfDup<V, Y>(v, x / 2);
+    }
+}
+
+// Pixels x0 .. width - 1 of a row, one at a time.
+template <class Y>
+static inline void yuvToRgbTail(const FixedPointPlan& p, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
+                                uint8_t* out, int x0, int width) {
+    const int maxCode = Y::kWords ? 1023 : 255;
+    auto limited = [maxCode](int c) { return c < maxCode ? c : maxCode; };
+    for (int x = x0; x < width; ++x) {
+        const ptrdiff_t cx = x >> 1;
+        const int cu = Y::kSemi ? sampleAt<Y>(u, 2 * cx) : sampleAt<Y>(u, cx);
+        const int cv = Y::kSemi ? sampleAt<Y>(u, 2 * cx + 1) : sampleAt<Y>(v, cx);
+        uint8_t* px = out + 4 * ptrdiff_t{x};
+        fixedYuvToRgb(p, limited(sampleAt<Y>(luma, x)), limited(cu), limited(cv), px);
+        px[3] = 255;
+    }
+}
+
+// 8-bit samples: inputs shifted up by kNarrowUp into 16-bit lanes, the high
+// halves of the products summed in 1/16 code. Offsets and limits are shifted
+// alike; the full-range chroma offset 2^15 wraps, as the shifted samples do,
+// so their difference comes out right.
+template <class V, class Y>
+void yuvToRgbNarrow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y) {
+    using I = typename V::I;
+    constexpr int N = V::kPixels;
+    const uint8_t* luma = rowOf<Y>(src.planes[0], src.strides[0], y);
+    const uint8_t* u = rowOf<Y>(src.planes[1], src.strides[1], y >> 1);
+    const uint8_t* v = Y::kSemi ? u : rowOf<Y>(src.planes[2], src.strides[2], y >> 1);
+    uint8_t* out = dst.planes[0] + ptrdiff_t{y} * dst.strides[0];
+    const int width = dst.width;
+    const int vectorEnd = width / N * N;
+
+    const I yOffset = V::set16(p.yOffset << kNarrowUp), yMax = V::set16(p.yMax << kNarrowUp), zero = V::set16(0);
+    const I cOffset = V::set16(p.chromaOffset << kNarrowUp);
+    const I cLo = V::set16(p.chromaLo * (1 << kNarrowUp)), cHi = V::set16(p.chromaHi << kNarrowUp);
+    const I round = V::set16(kNarrowRound), opaque = V::set16(255);
+    const int shift = p.chromaShift + kNarrowUp;
+    I mY[3], mU[3], mV[3];
+    for (int k = 0; k < 3; ++k) {
+        mY[k] = V::set16(p.fromY[k]);
+        mU[k] = V::set16(p.fromU[k]);
+        mV[k] = V::set16(p.fromV[k]);
+    }
+    for (int x = 0; x < vectorEnd; x += N) {
+        I cu, cv;
+        loadChroma<V, Y>(u, v, x, cu, cv);
+        const I yy = V::min16(V::max16(V::sub16(V::sll16(V::loadBytes(luma + x), kNarrowUp), yOffset), zero), yMax);
+        cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift), cOffset), cLo), cHi);
+        cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift), cOffset), cLo), cHi);
+        I c[3];
+        for (int k = 0; k < 3; ++k) {
+            const I s = V::add16(V::add16(V::mulhi16(yy, mY[k]), V::mulhi16(cu, mU[k])),
+                                 V::add16(V::mulhi16(cv, mV[k]), round));
+            c[k] = V::srai16(s, kNarrowBits);
+        }
+        storeRgba<V>(out + 4 * ptrdiff_t{x}, c, opaque);
+    }
+    yuvToRgbTail<Y>(p, luma, u, v, out, vectorEnd, width);
+}
+
+// 10-bit samples: (Y', U') and (V', 1) pairs through 32-bit multiply-adds.
+template <class V, class Y>
+void yuvToRgbWide(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y) {
     using I = typename V::I;
     constexpr int N = V::kPixels;
     const uint8_t* luma = rowOf<Y>(src.planes[0], src.strides[0], y);
@@ -125,47 +203,14 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
     const I cOffset = V::set16(p.chromaOffset), cLo = V::set16(p.chromaLo), cHi = V::set16(p.chromaHi);
     const I one = V::set16(1), opaque = V::set16(255);
     const int shift = p.chromaShift;
-    I yu[3], v1[3], mY[3], mU[3], mV[3];
+    I yu[3], v1[3];
     for (int k = 0; k < 3; ++k) {
         yu[k] = V::set32(pair16(p.fromY[k], p.fromU[k]));
         v1[k] = V::set32(pair16(p.fromV[k], kHalf));
-        mY[k] = V::set16(p.fromY[k]);
-        mU[k] = V::set16(p.fromU[k]);
-        mV[k] = V::set16(p.fromV[k]);
     }
-    // 8-bit samples take the 16-bit form: inputs 2^7 up, products' high
-    // halves, sums in 1/16 code (offsets and limits wrap alike, so the
-    // full-range chroma offset of 2^15 works).
-    const I yOffsetN = V::set16(p.yOffset << kNarrowUp), yMaxN = V::set16(p.yMax << kNarrowUp);
-    const I cOffsetN = V::set16(p.chromaOffset << kNarrowUp);
-    const I cLoN = V::set16(p.chromaLo * (1 << kNarrowUp)), cHiN = V::set16(p.chromaHi << kNarrowUp);
-    const I roundN = V::set16(kNarrowRound);
     for (int x = 0; x < vectorEnd; x += N) {
         I cu, cv;
-        if constexpr (Y::kSemi && !Y::kWords) {
-            V::loadSemiDup(u + x, cu, cv);
-        } else if constexpr (Y::kSemi) {  // u0 v0 u1 v1 ...: each 32-bit lane holds one pair
-            const I uv = loadSamples<V, Y>(u, x);
-            const I low = V::and_(uv, V::set32(0xFFFF)), high = V::srli32(uv, 16);
-            cu = V::or_(low, V::slli32(low, 16));
-            cv = V::or_(high, V::slli32(high, 16));
-        } else {
-            cu = loadHalfDup<V, Y>(u, x / 2);
-            cv = loadHalfDup<V, Y>(v, x / 2);
-        }
-        if constexpr (!Y::kWords) {
-            const I yy = V::min16(V::max16(V::sub16(V::sll16(V::loadBytes(luma + x), kNarrowUp), yOffsetN), zero), yMaxN);
-            cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift + kNarrowUp), cOffsetN), cLoN), cHiN);
-            cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift + kNarrowUp), cOffsetN), cLoN), cHiN);
-            I c[3];
-            for (int k = 0; k < 3; ++k) {
-                const I s = V::add16(V::add16(V::mulhi16(yy, mY[k]), V::mulhi16(cu, mU[k])),
-                                     V::add16(V::mulhi16(cv, mV[k]), roundN));
-                c[k] = V::srai16(s, kNarrowBits);
-            }
-            storeRgba<V>(out + 4 * ptrdiff_t{x}, c, opaque);
-            continue;
-        }
+        loadChroma<V, Y>(u, v, x, cu, cv);
         const I yy = V::min16(V::max16(V::sub16(loadSamples<V, Y>(luma, x), yOffset), zero), yMax);
         cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift), cOffset), cLo), cHi);
         cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift), cOffset), cLo), cHi);
@@ -179,16 +224,7 @@ void yuvToRgbRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
         }
         storeRgba<V>(out + 4 * ptrdiff_t{x}, c, opaque);
     }
-    const int maxCode = Y::kWords ? 1023 : 255;
-    for (int x = vectorEnd; x < width; ++x) {
-        const ptrdiff_t cx = x >> 1;
-        const int cu = Y::kSemi ? sampleAt<Y>(u, 2 * cx) : sampleAt<Y>(u, cx);
-        const int cv = Y::kSemi ? sampleAt<Y>(u, 2 * cx + 1) : sampleAt<Y>(v, cx);
-        const int ly = sampleAt<Y>(luma, x);
-        uint8_t* px = out + 4 * ptrdiff_t{x};
-        fixedYuvToRgb(p, ly < maxCode ? ly : maxCode, cu < maxCode ? cu : maxCode, cv < maxCode ? cv : maxCode, px);
-        px[3] = 255;
-    }
+    yuvToRgbTail<Y>(p, luma, u, v, out, vectorEnd, width);
 }
 
 template <class V, class Y>
@@ -210,7 +246,7 @@ void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
         bias[j] = V::set32(p.bias[j]);
     }
     const I yLo = V::set16(p.lo[0]), yHi = V::set16(p.hi[0]), cLo = V::set16(p.lo[1]), cHi = V::set16(p.hi[1]);
-    // Bytes 0 and 1 of each pixel as a pair of 16-bit lanes, and byte 2 with 0.
+    // Component j of each pixel from its byte pairs (pairs01, pairs2).
     auto component = [&](I p01, I p2, int j) {
         return V::srai32(V::add32(V::add32(V::madd(p01, c01[j]), V::madd(p2, c2[j])), bias[j]), kFractionBits);
     };
@@ -253,7 +289,8 @@ void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
 
 template <class V, class Y>
 FixedRow rowOfSide(bool toRgb) {
-    return toRgb ? &yuvToRgbRow<V, Y> : &rgbToYuvRow<V, Y>;
+    if (!toRgb) return &rgbToYuvRow<V, Y>;
+    return Y::kWords ? &yuvToRgbWide<V, Y> : &yuvToRgbNarrow<V, Y>;
 }
 
 // The row of a conversion between a 4:2:0 YUV format and a packed four-byte
