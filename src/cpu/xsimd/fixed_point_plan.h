@@ -1,9 +1,10 @@
 // Integer coefficients of a YUV <-> 8-bit RGB conversion that applies a
 // matrix and nothing else (no curve, no primaries change): the float
 // pipeline's normalise, matrix, clamp and quantise steps folded into one
-// multiply-add per term, in 13 fractional bits. The coefficients are taken
-// from the colour plan's matrix by value once per frame, so every matrix and
-// range the plan can hold is served by the same rows.
+// multiply-add per term, in 13 fractional bits (15 towards 8-bit YUV). The
+// coefficients are taken from the colour plan's matrix by value once per
+// frame, so every matrix and range the plan can hold is served by the same
+// rows.
 //
 // Accuracy: each coefficient is within 2^-14 of its exact value, so with
 // inputs of at most 1023 (10-bit) the sum of three terms is within 0.2 of
@@ -42,8 +43,9 @@ struct FixedPointPlan {
     int16_t yOffset, yMax, chromaShift, chromaOffset, chromaLo, chromaHi;
     int16_t fromY[3], fromU[3], fromV[3];
     // RGB -> YUV. Component j (Y, U, V) is (sum over positions p of
-    // toYuv[j][p] * byte[p] + bias[j]) >> 13, limited to lo[j] .. hi[j], in
-    // the codes of the YUV format's depth.
+    // toYuv[j][p] * byte[p] + bias[j]) >> toYuvBits, limited to lo[j] ..
+    // hi[j], in the codes of the YUV format's depth.
+    int16_t toYuvBits;
     int16_t toYuv[3][3];
     int32_t bias[3];
     int16_t lo[3], hi[3];
@@ -70,7 +72,7 @@ static inline void fixedYuvToRgb(const FixedPointPlan& p, int y, int u, int v, u
 // Component j (0 Y, 1 U, 2 V) of the pixel whose bytes start at px.
 static inline int fixedRgbToYuv(const FixedPointPlan& p, const uint8_t* px, int j) {
     const int32_t s = p.toYuv[j][0] * px[0] + p.toYuv[j][1] * px[1] + p.toYuv[j][2] * px[2] + p.bias[j];
-    return clampInt(s >> kFractionBits, p.lo[j], p.hi[j]);
+    return clampInt(s >> p.toYuvBits, p.lo[j], p.hi[j]);
 }
 
 }  // namespace fixedpoint

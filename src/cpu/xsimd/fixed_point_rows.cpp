@@ -21,9 +21,9 @@ bool isYuv420(int32_t f) {
 }
 bool isRgba4x8(int32_t f) { return f == kKRORGBA8888Format || f == kKROBGRA8888Format; }
 
-// value * 2^13 rounded, or false when it does not fit a 16-bit lane.
-bool toFixed(double value, int16_t& out) {
-    const double scaled = std::nearbyint(value * (1 << kFractionBits));
+// value * 2^bits rounded, or false when it does not fit a 16-bit lane.
+bool toFixed(double value, int16_t& out, int bits = kFractionBits) {
+    const double scaled = std::nearbyint(value * (1 << bits));
     if (!(scaled >= -32768.0 && scaled <= 32767.0)) return false;
     out = static_cast<int16_t>(scaled);
     return true;
@@ -77,10 +77,12 @@ bool planToYuv(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
     const Levels l = levelsOf(c.dst);
     const double span[3] = {l.lumaSpan, l.chromaSpan, l.chromaSpan};
     const int zero[3] = {l.yOffset, l.chromaZero, l.chromaZero};
+    // 8-bit codes leave room for two more fractional bits than 10-bit ones.
+    p.toYuvBits = static_cast<int16_t>(l.maxCode == 255 ? kFractionBits + 2 : kFractionBits);
     for (int j = 0; j < 3; ++j) {
         for (int k = 0; k < 3; ++k)
-            if (!toFixed(c.rgbToYuv.m[j][k] * span[j] / kFullScale8, p.toYuv[j][order[k]])) return false;
-        p.bias[j] = (zero[j] << kFractionBits) + kHalf;
+            if (!toFixed(c.rgbToYuv.m[j][k] * span[j] / kFullScale8, p.toYuv[j][order[k]], p.toYuvBits)) return false;
+        p.bias[j] = (zero[j] << p.toYuvBits) + (1 << (p.toYuvBits - 1));
     }
     p.lo[0] = static_cast<int16_t>(l.yOffset);
     p.hi[0] = static_cast<int16_t>(l.yHigh);

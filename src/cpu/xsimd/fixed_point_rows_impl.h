@@ -248,7 +248,7 @@ void rgbToYuvRow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, in
     const I yLo = V::set16(p.lo[0]), yHi = V::set16(p.hi[0]), cLo = V::set16(p.lo[1]), cHi = V::set16(p.hi[1]);
     // Component j of each pixel from its byte pairs (pairs01, pairs2).
     auto component = [&](I p01, I p2, int j) {
-        return V::srai32(V::add32(V::add32(V::madd(p01, c01[j]), V::madd(p2, c2[j])), bias[j]), kFractionBits);
+        return V::srai32(V::add32(V::add32(V::madd(p01, c01[j]), V::madd(p2, c2[j])), bias[j]), p.toYuvBits);
     };
 
     for (int x = 0; x < vectorEnd; x += N) {
