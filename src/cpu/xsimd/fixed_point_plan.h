@@ -22,13 +22,16 @@ namespace fixedpoint {
 constexpr int kFractionBits = 13;
 constexpr int32_t kHalf = 1 << (kFractionBits - 1);
 
-// The 16-bit form of 8-bit YUV -> RGB: inputs shifted up by kNarrowUp, the
-// high 16 bits of each product kept (the same coefficients), sums in 1/16
-// code. Each product is truncated (up to 1/16 code low), so the rounding
-// constant adds 1/16 on top of the half code; with the coefficient error the
-// result stays within 0.2 code of the exact value.
-constexpr int kNarrowUp = 7;
-constexpr int kNarrowBits = kFractionBits + kNarrowUp - 16;
+// The 16-bit form of 8-bit YUV -> RGB: luma shifted up by 7 bits and chroma
+// by 8 (whole codes, or half codes by 7), the high 16 bits of each product
+// with the narrow coefficients (14 fractional bits for luma, 13 for chroma
+// per whole code) kept, sums in 1/32 code. Each product is truncated (up to
+// 1/32 code low), so the rounding constant adds 1/32 on top of the half
+// code; with the coefficient error the result stays within 0.1 code of the
+// exact value.
+constexpr int kNarrowLumaUp = 7;
+constexpr int kNarrowChromaUp = 8;
+constexpr int kNarrowBits = 5;
 constexpr int kNarrowRound = (1 << (kNarrowBits - 1)) + 1;
 
 struct FixedPointPlan;
@@ -42,6 +45,7 @@ struct FixedPointPlan {
     // saturated to 0..255; position 3 (alpha) is 255.
     int16_t yOffset, yMax, chromaShift, chromaOffset, chromaLo, chromaHi;
     int16_t fromY[3], fromU[3], fromV[3];
+    int16_t narrowY[3], narrowU[3], narrowV[3];  // 8-bit samples: the 16-bit form above
     // RGB -> YUV. Component j (Y, U, V) is (sum over positions p of
     // toYuv[j][p] * byte[p] + bias[j]) >> toYuvBits, limited to lo[j] ..
     // hi[j], in the codes of the YUV format's depth.

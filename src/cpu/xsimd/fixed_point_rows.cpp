@@ -63,10 +63,18 @@ bool planToRgb(const ColorPlan& c, const uint8_t* order, FixedPointPlan& p) {
         if (!toFixed(c.yuvToRgb.m[k][0] * perY, p.fromY[at]) || !toFixed(c.yuvToRgb.m[k][1] * perC, p.fromU[at]) ||
             !toFixed(c.yuvToRgb.m[k][2] * perC, p.fromV[at]))
             return false;
-        // 8-bit sums are formed in 16-bit lanes (kNarrowBits): they must fit.
-        const double chroma = (std::abs(p.fromU[at]) + std::abs(p.fromV[at])) * double(l.chromaHalf << p.chromaShift);
-        const double sum = (std::abs(p.fromY[at]) * double(p.yMax) + chroma) * (1 << kNarrowUp) / 65536.0;
-        if (l.maxCode == 255 && sum + kNarrowRound > 32767.0) return false;
+        if (l.maxCode != 255) continue;
+        // 8-bit samples take the 16-bit form, whose sums must fit the lanes.
+        constexpr int lumaBits = kNarrowBits + 16 - kNarrowLumaUp, chromaBits = kNarrowBits + 16 - kNarrowChromaUp;
+        const double perCode = kFullScale8 / l.chromaSpan;
+        if (!toFixed(c.yuvToRgb.m[k][0] * perY, p.narrowY[at], lumaBits) ||
+            !toFixed(c.yuvToRgb.m[k][1] * perCode, p.narrowU[at], chromaBits) ||
+            !toFixed(c.yuvToRgb.m[k][2] * perCode, p.narrowV[at], chromaBits))
+            return false;
+        const double lanes = (std::abs(p.narrowY[at]) * double(p.yMax) * (1 << kNarrowLumaUp) +
+                              (std::abs(p.narrowU[at]) + std::abs(p.narrowV[at])) * double(l.chromaHalf) *
+                                  (1 << kNarrowChromaUp)) / 65536.0;
+        if (lanes + kNarrowRound > 32767.0) return false;
     }
     return true;
 }

@@ -144,10 +144,9 @@ static inline void yuvToRgbTail(const FixedPointPlan& p, const uint8_t* luma, co
     }
 }
 
-// 8-bit samples: inputs shifted up by kNarrowUp into 16-bit lanes, the high
-// halves of the products summed in 1/16 code. Offsets and limits are shifted
-// alike; the full-range chroma offset 2^15 wraps, as the shifted samples do,
-// so their difference comes out right.
+// 8-bit samples in the 16-bit form (fixed_point_plan.h). Offsets and limits
+// are shifted alike; the chroma offset 2^15 wraps, as the shifted samples
+// do, so their difference comes out right.
 template <class V, class Y>
 void yuvToRgbNarrow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst, int y) {
     using I = typename V::I;
@@ -159,23 +158,23 @@ void yuvToRgbNarrow(const FixedPointPlan& p, const KROFrame& src, KROFrame& dst,
     const int width = dst.width;
     const int vectorEnd = width / N * N;
 
-    const I yOffset = V::set16(p.yOffset << kNarrowUp), yMax = V::set16(p.yMax << kNarrowUp), zero = V::set16(0);
-    const I cOffset = V::set16(p.chromaOffset << kNarrowUp);
-    const I cLo = V::set16(p.chromaLo * (1 << kNarrowUp)), cHi = V::set16(p.chromaHi << kNarrowUp);
-    const I round = V::set16(kNarrowRound), opaque = V::set16(255);
-    const int shift = p.chromaShift + kNarrowUp;
+    const int up = kNarrowChromaUp - p.chromaShift;  // half codes of full range go up one bit less
+    const I yOffset = V::set16(p.yOffset << kNarrowLumaUp), yMax = V::set16(p.yMax << kNarrowLumaUp);
+    const I cOffset = V::set16(p.chromaOffset << up);
+    const I cLo = V::set16(p.chromaLo * (1 << up)), cHi = V::set16(p.chromaHi << up);
+    const I round = V::set16(kNarrowRound), opaque = V::set16(255), zero = V::set16(0);
     I mY[3], mU[3], mV[3];
     for (int k = 0; k < 3; ++k) {
-        mY[k] = V::set16(p.fromY[k]);
-        mU[k] = V::set16(p.fromU[k]);
-        mV[k] = V::set16(p.fromV[k]);
+        mY[k] = V::set16(p.narrowY[k]);
+        mU[k] = V::set16(p.narrowU[k]);
+        mV[k] = V::set16(p.narrowV[k]);
     }
     for (int x = 0; x < vectorEnd; x += N) {
         I cu, cv;
         loadChroma<V, Y>(u, v, x, cu, cv);
-        const I yy = V::min16(V::max16(V::sub16(V::sll16(V::loadBytes(luma + x), kNarrowUp), yOffset), zero), yMax);
-        cu = V::min16(V::max16(V::sub16(V::sll16(cu, shift), cOffset), cLo), cHi);
-        cv = V::min16(V::max16(V::sub16(V::sll16(cv, shift), cOffset), cLo), cHi);
+        const I yy = V::min16(V::max16(V::sub16(V::sll16(V::loadBytes(luma + x), kNarrowLumaUp), yOffset), zero), yMax);
+        cu = V::min16(V::max16(V::sub16(V::sll16(cu, kNarrowChromaUp), cOffset), cLo), cHi);
+        cv = V::min16(V::max16(V::sub16(V::sll16(cv, kNarrowChromaUp), cOffset), cLo), cHi);
         I c[3];
         for (int k = 0; k < 3; ++k) {
             const I s = V::add16(V::add16(V::mulhi16(yy, mY[k]), V::mulhi16(cu, mU[k])),
