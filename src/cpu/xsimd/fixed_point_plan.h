@@ -22,10 +22,10 @@ namespace fixedpoint {
 constexpr int kFractionBits = 13;
 constexpr int32_t kHalf = 1 << (kFractionBits - 1);
 
-// The 16-bit form of 8-bit YUV -> RGB: luma shifted up by 7 bits and chroma
-// by 8 (whole codes, or half codes by 7), the high 16 bits of each product
-// with the narrow coefficients (14 fractional bits for luma, 13 for chroma
-// per whole code) kept, sums in 1/32 code. Each product is truncated (up to
+// The 16-bit form of 8-bit YUV -> RGB: luma codes shifted up by 7 bits,
+// chroma codes by 8 (full-range half codes by 7, the same scale), the high
+// 16 bits of each product with the narrow coefficients (14 fractional bits
+// for luma, 13 for chroma) kept, sums in 1/32 code. Each product is truncated (up to
 // 1/32 code low), so the rounding constant adds 1/32 on top of the half
 // code; with the coefficient error the result stays within 0.1 code of the
 // exact value.

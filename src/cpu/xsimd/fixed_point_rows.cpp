@@ -4,6 +4,7 @@
 #include "cpu/xsimd/fixed_point_rows.h"
 
 #include <cmath>
+#include <cstdlib>
 
 #include "KROColorFunctions.h"
 #include "color/color_constants.h"
