@@ -75,7 +75,6 @@ double halfStep(double x) {
     std::frexp(x, &e);
     return std::ldexp(1.0, std::max(e, -13) - 11);
 }
-double toHalf(double x) { return x == 0 ? 0 : std::nearbyint(x / halfStep(x)) * halfStep(x); }
 
 class GLRender : public GLESTest {
 protected:

@@ -18,7 +18,7 @@ namespace test {
 enum class GpuProgram { Cuda, D3D11, Gles };
 
 struct Colour {
-    int32_t primaries, transfer, matrix, range;
+    int32_t primaries, transfer, matrix = 0, range = 0;  // curve and primaries cases name only the first two
 };
 
 using Rgba = std::array<double, 4>;
