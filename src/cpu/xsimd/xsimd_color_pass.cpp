@@ -4,7 +4,6 @@
 // the scalar pipeline with the same plan.
 #include "color/color_science.h"
 #include "cpu/cpu_task.h"
-#include "cpu/xsimd/fixed_point_rows.h"
 #include "cpu/xsimd/xsimd_passes.h"
 #include "cpu/xsimd/xsimd_vector_plan.h"
 
@@ -13,7 +12,6 @@ namespace KROCOLOR {
 void xsimdColorPass(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool threaded) {
     using namespace simd;
     const ColorPlan colour = makeColorPlan(colorSideOf(src), colorSideOf(dst), sourcePeak);
-    if (fixedPointColorPass(colour, src, dst, threaded)) return;  // matrix only, 8-bit 4:2:0 <-> RGBA
     const VectorPlan plan = makeVectorPlan(colour, src.format, dst.format);
     if (!plan.reader || !plan.writer) return;  // not addressable: nothing to do
     const PixelPipeline tail(colour);
