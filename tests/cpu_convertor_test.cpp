@@ -1,12 +1,11 @@
 // The scalar CPU convertor end to end: the copy short-cut (with the SIMD
 // convertor's), rows split between chunks and threads on guard-page frames,
-// worked values, scaling with and without a colour stage, and the source
-// peak from metadata. Every format pair against the pixel-by-pixel
-// reference is in cpu_vector_rows_test.cpp; the libswscale path has its own
-// file.
+// scaling with and without a colour stage, and the source peak from
+// metadata. Every format pair against the pixel-by-pixel reference is in
+// cpu_vector_rows_test.cpp, the reference's values against worked ones in
+// color_pixel_test.cpp; the libswscale path has its own file.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -117,48 +116,6 @@ TEST(PipelineSizes, SerialThreadedAndChunkedRowsAgree) {
     for (const auto& size : sizes)
         for (int32_t srcFormat : {103, 107, 116, 124})
             for (int32_t dstFormat : {102, 105, 108, 126}) expectMatchesReference(srcFormat, dstFormat, size[0], size[1]);
-}
-
-// Values worked out by hand from the BT.709 table of the library (row 0:
-// 1, 0, 1.575; row 1: 1, -0.187, -0.468; row 2: 1, 1.856, 0), limited range in,
-// full-range 8-bit RGB out, same primaries and transfer (no curve work):
-//   Y 170, U 44, V 137: y = 154/219 = 0.703196, u = -84/224 = -0.375,
-//   v = 9/224 = 0.0401786 -> R 0.766477 (195.45), G 0.754517 (192.40),
-//   B 0.007196 (1.84) -> (195, 192, 2).
-//   Y 235, U 128, V 128 -> (255, 255, 255); Y 16 -> (0, 0, 0).
-//   Y 81, U 90, V 240: y = 0.296804, u = -0.169643, v = 0.5 ->
-//   R 1.084304 (clamped 255), G 0.093822 (23.92 -> 24), B -0.018054 (0).
-TEST(PipelineValues, NV12LimitedBT709ToRGBA) {
-    const int w = 2, h = 2;
-    const uint8_t cases[][3] = {{170, 44, 137}, {235, 128, 128}, {16, 128, 128}, {81, 90, 240}};
-    const uint8_t expected[][3] = {{195, 192, 2}, {255, 255, 255}, {0, 0, 0}, {255, 24, 0}};
-    for (int i = 0; i < 4; ++i) {
-        FrameBuffers src(kKRONV12Format, w, h), dst(kKRORGBA8888Format, w, h);
-        std::memset(src.plane(0), cases[i][0], src.size(0));
-        src.plane(1)[0] = cases[i][1];
-        src.plane(1)[1] = cases[i][2];
-        std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(w, h, kKRONV12Format, w, h, kKRORGBA8888Format));
-        f->setColorspaceDetails(kColorPrimariesBT709, kColorTransferBT709, kColorMatrixBT709, kColorRangeMpeg,
-                                kColorPrimariesBT709, kColorTransferBT709, kColorMatrixRGB, kColorRangeJpeg);
-        ASSERT_EQ(f->transcode(src.srcPlanes(), src.strides(), dst.dstPlanes(), dst.strides()), kKROSuccess);
-        for (int c = 0; c < 3; ++c) EXPECT_EQ(dst.plane(0)[4 * 3 + c], expected[i][c]) << i << " channel " << c;
-        EXPECT_EQ(dst.plane(0)[3], 255);
-    }
-}
-
-// 10-bit limited P010 words carry the code in the top ten bits: Y code 940
-// (word 60160) is white, U/V 512 neutral -> RGBA16 65535.
-TEST(PipelineValues, P010WhiteToRGBA16) {
-    FrameBuffers src(kKRONV1210LEFormat, 2, 2), dst(kKRORGBA16LEFormat, 2, 2);
-    for (int i = 0; i < 6; ++i) {  // four luma words, then U and V
-        const int word = i < 4 ? 60160 : 512 * 64;
-        src.plane(i / 4)[2 * (i % 4)] = word & 0xFF;
-        src.plane(i / 4)[2 * (i % 4) + 1] = word >> 8;
-    }
-    KROFrame s = src.frame(1, 1, 1, 1), d = dst.frame(1, 1, 0, 2);
-    CPUContext cpu;
-    ASSERT_EQ(cpu.convertColor(&s, &d), kKROSuccess);
-    for (int i = 0; i < 16; ++i) EXPECT_EQ(dst.plane(0)[i], 0xFF) << i;
 }
 
 // ------------------------------------------------------------------ scaling
