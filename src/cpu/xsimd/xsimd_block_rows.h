@@ -1,7 +1,8 @@
 // Block cursors over one row of the 8-bit formats that have vector readers
-// and writers: gather(x, c) fills the four channel vectors of pixels x .. x+3
-// (x a multiple of 4) with the samples the scalar reader returns; scatter
-// stores four pixels' codes exactly where the scalar writer stores them.
+// and writers: gather(x, c) fills the channel vectors of pixels x ..
+// x+kLanes-1 (x a multiple of kLanes) with the samples the scalar reader
+// returns; scatter stores their codes exactly where the scalar writer stores
+// them. Both work four pixels (one SSE2 register) at a time.
 #pragma once
 
 #include <cstring>
@@ -12,16 +13,37 @@
 
 namespace KROCOLOR {
 namespace simd {
+namespace KRO_SIMD_NS {
 
 inline __m128i load32(const uint8_t* p) {
     int32_t v;
     std::memcpy(&v, p, sizeof v);
     return _mm_cvtsi32_si128(v);
 }
-inline VF bytesToFloats(__m128i bytes) {  // the low four bytes
+inline __m128 bytesToFloats(__m128i bytes) {  // the low four bytes
     const __m128i z = _mm_setzero_si128();
-    return VF(_mm_cvtepi32_ps(_mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, z), z)));
+    return _mm_cvtepi32_ps(_mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, z), z));
 }
+
+// The whole-vector gather and scatter of a cursor with four-pixel ones.
+template <class Row>
+struct InHalves {
+    static void gather(const Row& row, int x, VF c[4]) {
+        __m128 h[4][kHalves];
+        for (int i = 0; i < kHalves; ++i) {
+            __m128 q[4];
+            row.gather4(x + 4 * i, q);
+            for (int k = 0; k < 4; ++k) h[k][i] = q[k];
+        }
+        for (int k = 0; k < 4; ++k) c[k] = join(h[k]);
+    }
+    static void scatter(const Row& row, int x, const VI q[4]) {
+        for (int i = 0; i < kHalves; ++i) {
+            const __m128i h[4] = {half(q[0], i), half(q[1], i), half(q[2], i), half(q[3], i)};
+            row.scatter4(x + 4 * i, h);
+        }
+    }
+};
 
 // 8-bit planar and semi-planar YUV: four luma bytes per block and the chroma
 // of the blocks covering them; chroma is stored only by the pixels at the
@@ -45,37 +67,40 @@ struct YUV8Row {
         chromaRow = (y & ((1 << t.chromaShiftY) - 1)) == 0;
     }
 
-    void gather(int x, VF c[4]) const {
+    void gather(int x, VF c[4]) const { InHalves<YUV8Row>::gather(*this, x, c); }
+    void scatter(int x, const VI q[4]) const { InHalves<YUV8Row>::scatter(*this, x, q); }
+
+    void gather4(int x, __m128 c[4]) const {
         const __m128i z = _mm_setzero_si128();
         c[0] = bytesToFloats(load32(luma + x));
         if constexpr (kSemi) {  // u0 v0 u1 v1 for chroma samples x/2, x/2 + 1
             const __m128i uv = _mm_unpacklo_epi16(_mm_unpacklo_epi8(load32(u + 2 * (x >> 1)), z), z);
-            c[1] = VF(_mm_cvtepi32_ps(_mm_shuffle_epi32(uv, _MM_SHUFFLE(2, 2, 0, 0))));
-            c[2] = VF(_mm_cvtepi32_ps(_mm_shuffle_epi32(uv, _MM_SHUFFLE(3, 3, 1, 1))));
+            c[1] = _mm_cvtepi32_ps(_mm_shuffle_epi32(uv, _MM_SHUFFLE(2, 2, 0, 0)));
+            c[2] = _mm_cvtepi32_ps(_mm_shuffle_epi32(uv, _MM_SHUFFLE(3, 3, 1, 1)));
         } else if constexpr (sx == 0) {
             c[1] = bytesToFloats(load32(u + x));
             c[2] = bytesToFloats(load32(v + x));
         } else if constexpr (sx == 1) {
             const int cx = x >> 1;
-            c[1] = VF(_mm_cvtepi32_ps(_mm_setr_epi32(u[cx], u[cx], u[cx + 1], u[cx + 1])));
-            c[2] = VF(_mm_cvtepi32_ps(_mm_setr_epi32(v[cx], v[cx], v[cx + 1], v[cx + 1])));
+            c[1] = _mm_cvtepi32_ps(_mm_setr_epi32(u[cx], u[cx], u[cx + 1], u[cx + 1]));
+            c[2] = _mm_cvtepi32_ps(_mm_setr_epi32(v[cx], v[cx], v[cx + 1], v[cx + 1]));
         } else {
             const int cx = x >> sx;
-            c[1] = VF(static_cast<float>(u[cx]));
-            c[2] = VF(static_cast<float>(v[cx]));
+            c[1] = _mm_set1_ps(static_cast<float>(u[cx]));
+            c[2] = _mm_set1_ps(static_cast<float>(v[cx]));
         }
-        c[3] = VF(1.0f);
+        c[3] = _mm_set1_ps(1.0f);
     }
 
-    void scatter(int x, const VI q[4]) const {
+    void scatter4(int x, const __m128i q[4]) const {
         const __m128i y16 = _mm_packs_epi32(q[0], q[0]);
         const int32_t y8 = _mm_cvtsi128_si32(_mm_packus_epi16(y16, y16));
         std::memcpy(luma + x, &y8, sizeof y8);
         if (!chromaRow) return;
         alignas(16) int32_t cu[4], cv[4];
-        q[1].store_aligned(cu);
-        q[2].store_aligned(cv);
-        for (int lane = 0; lane < kLanes; lane += 1 << sx) {
+        _mm_store_si128(reinterpret_cast<__m128i*>(cu), q[1]);
+        _mm_store_si128(reinterpret_cast<__m128i*>(cv), q[2]);
+        for (int lane = 0; lane < 4; lane += 1 << sx) {
             const ptrdiff_t cx = (x + lane) >> sx;
             if constexpr (kSemi) {
                 u[2 * cx] = static_cast<uint8_t>(cu[lane]);
@@ -101,20 +126,23 @@ struct Packed4x8Row {
 
     Packed4x8Row(const KROFrame& f, int y) : row(f.planes[0] + ptrdiff_t{y} * f.strides[0]) {}
 
-    void gather(int x, VF c[4]) const {
+    void gather(int x, VF c[4]) const { InHalves<Packed4x8Row>::gather(*this, x, c); }
+    void scatter(int x, const VI q[4]) const { InHalves<Packed4x8Row>::scatter(*this, x, q); }
+
+    void gather4(int x, __m128 c[4]) const {
         const __m128i z = _mm_setzero_si128();
         const __m128i px = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 4 * ptrdiff_t{x}));
         alignas(16) NativePixel stored[4];
         _mm_store_si128(reinterpret_cast<__m128i*>(stored), _mm_unpacklo_epi8(px, z));
         _mm_store_si128(reinterpret_cast<__m128i*>(stored + 2), _mm_unpackhi_epi8(px, z));
-        VF s[4];
-        codesToChannels(stored, s);  // s[k]: the sample at position k of each pixel
+        __m128 s[4];
+        codesToChannels4(stored, s);  // s[k]: the sample at position k of each pixel
         for (int k = 0; k < 4; ++k) c[k] = s[t.order[k]];
     }
 
     // Codes are packed to bytes as [pos0 x4 | pos2 x4 | pos1 x4 | pos3 x4],
     // which two interleaving steps turn into pixel order.
-    void scatter(int x, const VI q[4]) const {
+    void scatter4(int x, const __m128i q[4]) const {
         const __m128i b = _mm_packus_epi16(_mm_packs_epi32(q[at0], q[at2]), _mm_packs_epi32(q[at1], q[3]));
         const __m128i e = _mm_unpacklo_epi8(b, _mm_srli_si128(b, 8));
         const __m128i px = _mm_unpacklo_epi16(e, _mm_srli_si128(e, 8));
@@ -122,5 +150,6 @@ struct Packed4x8Row {
     }
 };
 
+}  // namespace KRO_SIMD_NS
 }  // namespace simd
 }  // namespace KROCOLOR

@@ -1,7 +1,8 @@
 // The colour pass of the SIMD CPU convertor: the frame's colour plan is made
-// once, mapped to vector stages (xsimd_vector_plan.h) and carried out chunk
-// by chunk along each row; the last (width mod 4) pixels of a row go through
-// the scalar pipeline with the same plan.
+// once, mapped to vector stages of the processor's width
+// (xsimd_vector_plan.h) and carried out chunk by chunk along each row; the
+// last (width mod lanes) pixels of a row go through the scalar pipeline with
+// the same plan. This unit names no SIMD type.
 #include "color/color_science.h"
 #include "cpu/cpu_task.h"
 #include "cpu/xsimd/xsimd_passes.h"
@@ -16,7 +17,7 @@ void xsimdColorPass(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool
     if (!plan.reader || !plan.writer) return;  // not addressable: nothing to do
     const PixelPipeline tail(colour);
     const int width = dst.width;
-    const int vectorWidth = width & ~(kLanes - 1);
+    const int vectorWidth = width & ~(plan.lanes - 1);
 
     auto convertRow = [&](int y) {
         Lanes lanes;
@@ -31,7 +32,7 @@ void xsimdColorPass(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool
             plan.write(plan, dst, y, x0, n, lanes);
         }
         if (vectorWidth < width) {
-            NativePixel rest[kLanes];
+            NativePixel rest[kMaxLanes];
             const int n = width - vectorWidth;
             plan.reader.readRow(src, y, vectorWidth, n, rest);
             tail.run(rest, rest, n);

@@ -5,6 +5,7 @@
 
 namespace KROCOLOR {
 namespace simd {
+namespace KRO_SIMD_NS {
 namespace {
 
 void yuvToRgbFixed(const VectorPlan& p, Lanes& l, int n) {
@@ -50,9 +51,9 @@ void yuvToRgbBT2020CL(const VectorPlan&, Lanes& l, int n) {
 }
 
 // B' - Y' > 0 and R' - Y' > 0 with Y' formed in double precision, two lanes
-// per SSE2 double vector, the masks narrowed back to four float lanes.
-inline void chromaClasses(const VF& r, const VF& g, const VF& b, VB& bPositive, VB& rPositive) {
-    const __m128 rv = r, gv = g, bv = b;
+// per SSE2 double vector, the masks narrowed back to four float lanes; an
+// eight-lane vector goes through as two halves.
+inline void chromaClasses4(__m128 rv, __m128 gv, __m128 bv, __m128& bPositive, __m128& rPositive) {
     __m128d bMask[2], rMask[2];
     for (int half = 0; half < 2; ++half) {
         const __m128d rd = _mm_cvtps_pd(half ? _mm_movehl_ps(rv, rv) : rv);
@@ -64,8 +65,14 @@ inline void chromaClasses(const VF& r, const VF& g, const VF& b, VB& bPositive, 
         bMask[half] = _mm_cmpgt_pd(_mm_sub_pd(bd, yd), _mm_setzero_pd());
         rMask[half] = _mm_cmpgt_pd(_mm_sub_pd(rd, yd), _mm_setzero_pd());
     }
-    bPositive = VB(_mm_shuffle_ps(_mm_castpd_ps(bMask[0]), _mm_castpd_ps(bMask[1]), _MM_SHUFFLE(2, 0, 2, 0)));
-    rPositive = VB(_mm_shuffle_ps(_mm_castpd_ps(rMask[0]), _mm_castpd_ps(rMask[1]), _MM_SHUFFLE(2, 0, 2, 0)));
+    bPositive = _mm_shuffle_ps(_mm_castpd_ps(bMask[0]), _mm_castpd_ps(bMask[1]), _MM_SHUFFLE(2, 0, 2, 0));
+    rPositive = _mm_shuffle_ps(_mm_castpd_ps(rMask[0]), _mm_castpd_ps(rMask[1]), _MM_SHUFFLE(2, 0, 2, 0));
+}
+inline void chromaClasses(const VF& r, const VF& g, const VF& b, VB& bPositive, VB& rPositive) {
+    __m128 bh[kHalves], rh[kHalves];
+    for (int i = 0; i < kHalves; ++i) chromaClasses4(half(r, i), half(g, i), half(b, i), bh[i], rh[i]);
+    bPositive = VB(static_cast<VF::register_type>(join(bh)));
+    rPositive = VB(static_cast<VF::register_type>(join(rh)));
 }
 
 void rgbToYuvBT2020CL(const VectorPlan&, Lanes& l, int n) {
@@ -100,7 +107,9 @@ void curveStage(const VectorPlan&, Lanes& l, int n) {
 }
 
 // ITU-R BT.2100 HLG EOTF: black lift, inverse OETF, then the OOTF
-// Ys^(gamma - 1) over the three channels together; alpha becomes 1.
+// Ys^(gamma - 1) over the three channels together; alpha becomes 1. The fast
+// form reads the inverse OETF's exponential and the OOTF gain from tables.
+template <bool Fast>
 void hlgEotfStage(const VectorPlan& p, Lanes& l, int n) {
     const VF oneMinusBeta(1.0f - kHlgBeta), beta(kHlgBeta), zero(0.0f);
     const VF exponent(p.hlgGamma - 1.0f);
@@ -112,21 +121,24 @@ void hlgEotfStage(const VectorPlan& p, Lanes& l, int n) {
         VF e[3];
         for (int k = 0; k < 3; ++k) {
             const VF lifted = oneMinusBeta * c[k] + beta;
-            e[k] = hlgInverseOetf(xsimd::select(lifted > zero, lifted, zero));
+            const VF e0 = xsimd::select(lifted > zero, lifted, zero);
+            e[k] = Fast ? hlgInverseOetfFast(e0) : hlgInverseOetf(e0);
         }
         const VF ys = kr * e[0] + kg * e[1] + kb * e[2];
-        const VF ootf = xsimd::exp(exponent * xsimd::log(ys));
+        auto gain = [&exponent](const VF& y) { return xsimd::exp(exponent * xsimd::log(y)); };
+        const VF ootf = Fast ? lookup<Below::Exact>(hlgOotfTable(), ys, gain) : gain(ys);
         for (int k = 0; k < 3; ++k) c[k] = ootf * e[k];
         c[3] = VF(1.0f);
         l.store(i, c);
     }
 }
 
+template <VF (*Unscaled)(const VF&)>
 void pqEotfStage(const VectorPlan& p, Lanes& l, int n) {
     const VF ratio(p.colour.pqRatioSingle);
     for (int k = 0; k < 3; ++k)
         for (int i = 0; i < n; i += kLanes)
-            (pqEotfUnscaled(VF::load_aligned(&l.c[k][i])) * ratio).store_aligned(&l.c[k][i]);
+            (Unscaled(VF::load_aligned(&l.c[k][i])) * ratio).store_aligned(&l.c[k][i]);
 }
 
 void pqOetfStage(const VectorPlan& p, Lanes& l, int n) {
@@ -150,7 +162,9 @@ ColourStage primariesStage() { return &multiplyPrimaries; }
 
 // HLG decodes the three channels together; every other curve one channel
 // vector at a time.
-ColourStage decodeStage(Curve curve) {
+ColourStage decodeStage(Curve curve, bool fast) {
+    if (fast && curve == Curve::HLG) return &hlgEotfStage<true>;
+    if (fast && curve == Curve::PQ) return &pqEotfStage<pqEotfUnscaledFast>;
     switch (curve) {
     case Curve::BT2020_12: return &curveStage<bt2020_12Eotf>;
     case Curve::Gamma22: return &curveStage<gamma22Eotf>;
@@ -158,15 +172,17 @@ ColourStage decodeStage(Curve curve) {
     case Curve::Gamma26: return &curveStage<dcip3Eotf>;
     case Curve::XvYCC: return &curveStage<xvyccEotf>;
     case Curve::SRGB: return &curveStage<srgbEotf>;
-    case Curve::HLG: return &hlgEotfStage;
-    case Curve::PQ: return &pqEotfStage;
+    case Curve::HLG: return &hlgEotfStage<false>;
+    case Curve::PQ: return &pqEotfStage<pqEotfUnscaled>;
     case Curve::BT709:
     case Curve::BT709Unclamped: break;
     }
     return &curveStage<bt709Eotf>;
 }
 
-ColourStage encodeStage(Curve curve) {
+ColourStage encodeStage(Curve curve, bool fast) {
+    if (fast && curve == Curve::BT709) return &curveStage<bt709OetfFast>;
+    if (fast && curve == Curve::BT709Unclamped) return &curveStage<bt709OetfUnclampedFast>;
     switch (curve) {
     case Curve::BT709Unclamped: return &curveStage<bt709OetfUnclamped>;
     case Curve::BT2020_12: return &curveStage<bt2020_12Oetf>;
@@ -182,5 +198,6 @@ ColourStage encodeStage(Curve curve) {
     return &curveStage<bt709Oetf>;  // clamped
 }
 
+}  // namespace KRO_SIMD_NS
 }  // namespace simd
 }  // namespace KROCOLOR

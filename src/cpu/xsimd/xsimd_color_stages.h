@@ -5,10 +5,12 @@
 #pragma once
 
 #include "color/color_plan.h"
+#include "cpu/xsimd/xsimd_vector.h"
 #include "cpu/xsimd/xsimd_vector_plan.h"
 
 namespace KROCOLOR {
 namespace simd {
+namespace KRO_SIMD_NS {
 
 // ---- matrices --------------------------------------------------------------
 
@@ -35,8 +37,12 @@ inline void rgbToYuvBlock(const Matrix3& m, VF c[4]) {
 ColourStage toRgbStage(MatrixStage stage);
 ColourStage toYuvStage(MatrixStage stage);
 ColourStage primariesStage();
-ColourStage decodeStage(Curve curve);
-ColourStage encodeStage(Curve curve);
+// `fast`: the table forms of the PQ and HLG decodings and of the BT.709
+// encoding (xsimd_curve_tables.h), for plans whose destination has 8-bit
+// codes: their error stays far below one such code.
+ColourStage decodeStage(Curve curve, bool fast);
+ColourStage encodeStage(Curve curve, bool fast);
 
+}  // namespace KRO_SIMD_NS
 }  // namespace simd
 }  // namespace KROCOLOR

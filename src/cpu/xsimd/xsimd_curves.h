@@ -11,10 +11,12 @@
 #include <cmath>
 
 #include "color/color_constants.h"
+#include "cpu/xsimd/xsimd_curve_tables.h"
 #include "cpu/xsimd/xsimd_vector.h"
 
 namespace KROCOLOR {
 namespace simd {
+namespace KRO_SIMD_NS {
 
 // The float f with (x < f) == ((double)x < t) for every float x: the
 // smallest float not below t.
@@ -133,5 +135,71 @@ inline VF pqOetfUnscaled(const VF& y) {
     return clamp01(pow((VF(kPqC1) + VF(kPqC2) * f) / (VF(1.0f) + VF(kPqC3) * f), kPqM2));
 }
 
+// ---- table forms for plans with 8-bit destinations (xsimd_curve_tables.h) --
+
+// The coefficients of the segments of four lanes: the segment numbers from
+// the float bits (limited to the table, so lanes outside it read an end
+// segment that the caller then replaces), four 16-byte rows, transposed.
+inline void segmentsOf4(const CurveTable& t, __m128 x, __m128& c0, __m128& c1, __m128& c2, __m128& d) {
+    const __m128i b = _mm_castps_si128(x);
+    __m128i i = _mm_sub_epi32(_mm_sra_epi32(b, _mm_cvtsi32_si128(t.shift)), _mm_set1_epi32(t.first));
+    i = _mm_andnot_si128(_mm_cmplt_epi32(i, _mm_setzero_si128()), i);
+    const __m128i last = _mm_set1_epi32(t.last), over = _mm_cmpgt_epi32(i, last);
+    i = _mm_or_si128(_mm_and_si128(over, last), _mm_andnot_si128(over, i));
+    alignas(16) int32_t at[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(at), i);
+    const CurveSegment* s = t.segments.data();
+    __m128 r0 = _mm_load_ps(s[at[0]].c), r1 = _mm_load_ps(s[at[1]].c), r2 = _mm_load_ps(s[at[2]].c),
+           r3 = _mm_load_ps(s[at[3]].c);
+    _MM_TRANSPOSE4_PS(r0, r1, r2, r3);
+    c0 = r0;
+    c1 = r1;
+    c2 = r2;
+    d = _mm_sub_ps(x, _mm_castsi128_ps(_mm_and_si128(b, _mm_set1_epi32(-(1 << t.shift)))));
+}
+
+// What a lookup does with lanes below the table: the curve is 0 there, the
+// caller takes another branch for them, or they are computed exactly.
+enum class Below { Zero, Unused, Exact };
+
+// The table's value where lo <= x < hi; lanes outside (and NaN) get
+// exact(x), which is evaluated only for vectors that have such a lane.
+template <Below B, class Exact>
+inline VF lookup(const CurveTable& t, const VF& x, Exact exact) {
+    __m128 c0[kHalves], c1[kHalves], c2[kHalves], d[kHalves];
+    for (int i = 0; i < kHalves; ++i) segmentsOf4(t, half(x, i), c0[i], c1[i], c2[i], d[i]);
+    const VF dv = join(d);
+    VF v = join(c0) + dv * (join(c1) + dv * join(c2));
+    VB inside = (x >= VF(t.lo)) & (x < VF(t.hi));
+    if constexpr (B != Below::Exact) {
+        const VB below = x < VF(t.lo);
+        if constexpr (B == Below::Zero) v = xsimd::select(below, VF(0.0f), v);
+        inside = inside | below;
+    }
+    if (!xsimd::all(inside)) v = xsimd::select(inside, v, exact(x));
+    return v;
+}
+
+inline VF pqEotfUnscaledFast(const VF& x) {
+    return lookup<Below::Zero>(pqEotfTable(), x, [](const VF& v) { return pqEotfUnscaled(v); });
+}
+
+inline VF bt709OetfUnclampedFast(const VF& x) {
+    const VF lin = single(kBT709Slope) * x;
+    const VF pw = lookup<Below::Unused>(bt709OetfPowerTable(), x, [](const VF& v) {
+        return single(kBT709Alpha) * pow(v, kBT709OetfPower) - single(kBT709Offset);
+    });
+    return xsimd::select(x < VF(thresholds().bt709Oetf), lin, pw);
+}
+inline VF bt709OetfFast(const VF& x) { return clamp01(bt709OetfUnclampedFast(x)); }
+
+inline VF hlgInverseOetfFast(const VF& x) {
+    const VF ex = lookup<Below::Unused>(hlgInverseOetfExpTable(), x, [](const VF& v) {
+        return (xsimd::exp((v - VF(kHlgC)) / VF(kHlgA)) + VF(kHlgB)) / VF(12.0f);
+    });
+    return xsimd::select(x > VF(kHlgSignalThreshold), ex, x * x / VF(3.0f));
+}
+
+}  // namespace KRO_SIMD_NS
 }  // namespace simd
 }  // namespace KROCOLOR

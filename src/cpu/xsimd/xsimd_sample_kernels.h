@@ -10,13 +10,14 @@
 
 namespace KROCOLOR {
 namespace simd {
+namespace KRO_SIMD_NS {
 
 // ---- normalisation: codes (as floats) -> working values ------------------
 
 // Values formed from stored codes are never NaN, so a plain min/max limit
 // gives what the NaN-aware clamp gives.
 [[gnu::always_inline]] inline VF clampFinite(const VF& v, float lo, float hi) {
-    return VF(_mm_max_ps(_mm_min_ps(v, _mm_set1_ps(hi)), _mm_set1_ps(lo)));
+    return xsimd::max(xsimd::min(v, VF(hi)), VF(lo));
 }
 
 [[gnu::always_inline]] inline void normaliseRGB(const FormatRule& r, VF c[4]) {
@@ -109,5 +110,6 @@ namespace simd {
 using Normaliser = void (*)(const FormatRule&, VF[4]);
 using Quantiser = void (*)(const FormatRule&, const VF[4], VI[4]);
 
+}  // namespace KRO_SIMD_NS
 }  // namespace simd
 }  // namespace KROCOLOR

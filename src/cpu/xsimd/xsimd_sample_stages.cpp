@@ -7,6 +7,7 @@
 
 namespace KROCOLOR {
 namespace simd {
+namespace KRO_SIMD_NS {
 namespace {
 
 // ---- readers ----------------------------------------------------------------
@@ -185,5 +186,6 @@ FusedStage chooseFused(const ColorPlan& colour, int32_t srcFormat, int32_t dstFo
     }
     return nullptr;
 }
+}  // namespace KRO_SIMD_NS
 }  // namespace simd
 }  // namespace KROCOLOR

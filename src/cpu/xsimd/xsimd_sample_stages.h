@@ -3,10 +3,12 @@
 // block cursors, the scalar row accessors for every other format.
 #pragma once
 
+#include "cpu/xsimd/xsimd_vector.h"
 #include "cpu/xsimd/xsimd_vector_plan.h"
 
 namespace KROCOLOR {
 namespace simd {
+namespace KRO_SIMD_NS {
 
 ReadStage chooseReader(int32_t format, SampleRule kind);
 WriteStage chooseWriter(int32_t format, SampleRule kind);
@@ -14,5 +16,6 @@ WriteStage chooseWriter(int32_t format, SampleRule kind);
 // packed RGBA or BGRA, or null.
 FusedStage chooseFused(const ColorPlan& colour, int32_t srcFormat, int32_t dstFormat);
 
+}  // namespace KRO_SIMD_NS
 }  // namespace simd
 }  // namespace KROCOLOR

@@ -17,7 +17,7 @@
 namespace KROCOLOR {
 namespace {
 
-using namespace simd;
+using namespace simd::KRO_SIMD_NS;  // the scaler is built for SSE2 only
 
 // Half the width of the {w, 1, w} filter folded into two bilinear taps:
 // w = min(max((ratio - 1) / 2, 0), 1), offset = w / (w + 1/2).
