@@ -113,6 +113,48 @@ struct YUV8Row {
     }
 };
 
+// Planar YUV in little-endian 16-bit words without alpha (10, 12 and 16
+// bits: YUV420P10, YUV422P10, YUV444P10, YUV444P12, YUV444P16): read only.
+// The scalar reader returns the whole stored word, so the vector one does too.
+template <int32_t Code>
+struct YUV16Row {
+    static constexpr const FormatTraits& t = *formatTraits(Code);
+    static_assert(t.bytesPerSample == 2 && t.layout == PlaneLayout::Planar && !t.hasAlpha && !t.bigEndian &&
+                      t.msbShift == 0 && t.chromaShiftX <= 1,
+                  "planar little-endian words");
+    static constexpr int sx = t.chromaShiftX;
+    const uint8_t* luma;  // rows need not be 2-byte aligned
+    const uint8_t* u;
+    const uint8_t* v;
+
+    YUV16Row(const KROFrame& f, int y) {
+        const int cy = y >> t.chromaShiftY;
+        luma = f.planes[0] + ptrdiff_t{y} * f.strides[0];
+        u = f.planes[1] + ptrdiff_t{cy} * f.strides[1];
+        v = f.planes[2] + ptrdiff_t{cy} * f.strides[2];
+    }
+
+    void gather(int x, VF c[4]) const { InHalves<YUV16Row>::gather(*this, x, c); }
+
+    static __m128i words(const uint8_t* row, int x) {  // the low four words
+        return _mm_unpacklo_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + 2 * ptrdiff_t{x})),
+                                  _mm_setzero_si128());
+    }
+    void gather4(int x, __m128 c[4]) const {
+        c[0] = _mm_cvtepi32_ps(words(luma, x));
+        if constexpr (sx == 0) {
+            c[1] = _mm_cvtepi32_ps(words(u, x));
+            c[2] = _mm_cvtepi32_ps(words(v, x));
+        } else {  // chroma words x/2 and x/2 + 1 (no further: the row may end), each for two pixels
+            const ptrdiff_t at = 2 * ptrdiff_t{x >> 1};
+            const __m128i z = _mm_setzero_si128();
+            c[1] = _mm_cvtepi32_ps(_mm_shuffle_epi32(_mm_unpacklo_epi16(load32(u + at), z), _MM_SHUFFLE(1, 1, 0, 0)));
+            c[2] = _mm_cvtepi32_ps(_mm_shuffle_epi32(_mm_unpacklo_epi16(load32(v + at), z), _MM_SHUFFLE(1, 1, 0, 0)));
+        }
+        c[3] = _mm_set1_ps(1.0f);
+    }
+};
+
 // 8-bit packed formats with four samples per pixel (RGBA, BGRA, CMYK).
 template <int32_t Code>
 struct Packed4x8Row {

@@ -115,6 +115,8 @@ void hlgEotfStage(const VectorPlan& p, Lanes& l, int n) {
     const VF exponent(p.hlgGamma - 1.0f);
     const VF kr(static_cast<float>(kBT2020LumaR)), kg(static_cast<float>(kBT2020LumaG)),
         kb(static_cast<float>(kBT2020LumaB));
+    const CurveTable* exponential = Fast ? &hlgInverseOetfExpTable() : nullptr;
+    const CurveTable* ootfGain = Fast ? &hlgOotfTable() : nullptr;
     for (int i = 0; i < n; i += kLanes) {
         VF c[4];
         l.load(i, c);
@@ -122,23 +124,36 @@ void hlgEotfStage(const VectorPlan& p, Lanes& l, int n) {
         for (int k = 0; k < 3; ++k) {
             const VF lifted = oneMinusBeta * c[k] + beta;
             const VF e0 = xsimd::select(lifted > zero, lifted, zero);
-            e[k] = Fast ? hlgInverseOetfFast(e0) : hlgInverseOetf(e0);
+            e[k] = Fast ? hlgInverseOetfFast(*exponential, e0) : hlgInverseOetf(e0);
         }
         const VF ys = kr * e[0] + kg * e[1] + kb * e[2];
         auto gain = [&exponent](const VF& y) { return xsimd::exp(exponent * xsimd::log(y)); };
-        const VF ootf = Fast ? lookup<Below::Exact>(hlgOotfTable(), ys, gain) : gain(ys);
+        const VF ootf = Fast ? lookup<Below::Exact>(*ootfGain, ys, gain) : gain(ys);
         for (int k = 0; k < 3; ++k) c[k] = ootf * e[k];
         c[3] = VF(1.0f);
         l.store(i, c);
     }
 }
 
-template <VF (*Unscaled)(const VF&)>
+template <bool Fast>
 void pqEotfStage(const VectorPlan& p, Lanes& l, int n) {
     const VF ratio(p.colour.pqRatioSingle);
+    const CurveTable* pq = Fast ? &pqEotfTable() : nullptr;
     for (int k = 0; k < 3; ++k)
-        for (int i = 0; i < n; i += kLanes)
-            (Unscaled(VF::load_aligned(&l.c[k][i])) * ratio).store_aligned(&l.c[k][i]);
+        for (int i = 0; i < n; i += kLanes) {
+            const VF x = VF::load_aligned(&l.c[k][i]);
+            ((Fast ? pqEotfUnscaledFast(*pq, x) : pqEotfUnscaled(x)) * ratio).store_aligned(&l.c[k][i]);
+        }
+}
+
+template <bool Clamped>
+void bt709OetfFastStage(const VectorPlan&, Lanes& l, int n) {
+    const CurveTable& power = bt709OetfPowerTable();
+    for (int k = 0; k < 3; ++k)
+        for (int i = 0; i < n; i += kLanes) {
+            const VF v = bt709OetfUnclampedFast(power, VF::load_aligned(&l.c[k][i]));
+            (Clamped ? clamp01(v) : v).store_aligned(&l.c[k][i]);
+        }
 }
 
 void pqOetfStage(const VectorPlan& p, Lanes& l, int n) {
@@ -164,7 +179,7 @@ ColourStage primariesStage() { return &multiplyPrimaries; }
 // vector at a time.
 ColourStage decodeStage(Curve curve, bool fast) {
     if (fast && curve == Curve::HLG) return &hlgEotfStage<true>;
-    if (fast && curve == Curve::PQ) return &pqEotfStage<pqEotfUnscaledFast>;
+    if (fast && curve == Curve::PQ) return &pqEotfStage<true>;
     switch (curve) {
     case Curve::BT2020_12: return &curveStage<bt2020_12Eotf>;
     case Curve::Gamma22: return &curveStage<gamma22Eotf>;
@@ -173,7 +188,7 @@ ColourStage decodeStage(Curve curve, bool fast) {
     case Curve::XvYCC: return &curveStage<xvyccEotf>;
     case Curve::SRGB: return &curveStage<srgbEotf>;
     case Curve::HLG: return &hlgEotfStage<false>;
-    case Curve::PQ: return &pqEotfStage<pqEotfUnscaled>;
+    case Curve::PQ: return &pqEotfStage<false>;
     case Curve::BT709:
     case Curve::BT709Unclamped: break;
     }
@@ -181,8 +196,8 @@ ColourStage decodeStage(Curve curve, bool fast) {
 }
 
 ColourStage encodeStage(Curve curve, bool fast) {
-    if (fast && curve == Curve::BT709) return &curveStage<bt709OetfFast>;
-    if (fast && curve == Curve::BT709Unclamped) return &curveStage<bt709OetfUnclampedFast>;
+    if (fast && curve == Curve::BT709) return &bt709OetfFastStage<true>;
+    if (fast && curve == Curve::BT709Unclamped) return &bt709OetfFastStage<false>;
     switch (curve) {
     case Curve::BT709Unclamped: return &curveStage<bt709OetfUnclamped>;
     case Curve::BT2020_12: return &curveStage<bt2020_12Oetf>;

@@ -166,10 +166,31 @@ enum class Below { Zero, Unused, Exact };
 // exact(x), which is evaluated only for vectors that have such a lane.
 template <Below B, class Exact>
 inline VF lookup(const CurveTable& t, const VF& x, Exact exact) {
+#if defined(__AVX2__)
+    // Eight lanes: lane j's row and lane j+4's row share a register, so one
+    // in-lane transpose gives the coefficients in lane order. (Loads beat
+    // the AVX2 gather instruction here.)
+    const __m256i b = _mm256_castps_si256(x);
+    __m256i i = _mm256_sub_epi32(_mm256_sra_epi32(b, _mm_cvtsi32_si128(t.shift)), _mm256_set1_epi32(t.first));
+    i = _mm256_min_epi32(_mm256_max_epi32(i, _mm256_setzero_si256()), _mm256_set1_epi32(t.last));
+    alignas(32) int32_t at[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(at), i);
+    const CurveSegment* s = t.segments.data();
+    __m256 r[4];
+    for (int j = 0; j < 4; ++j) r[j] = _mm256_set_m128(_mm_load_ps(s[at[j + 4]].c), _mm_load_ps(s[at[j]].c));
+    const __m256 t0 = _mm256_unpacklo_ps(r[0], r[1]), t1 = _mm256_unpacklo_ps(r[2], r[3]);
+    const __m256 t2 = _mm256_unpackhi_ps(r[0], r[1]), t3 = _mm256_unpackhi_ps(r[2], r[3]);
+    const VF c0(_mm256_castpd_ps(_mm256_unpacklo_pd(_mm256_castps_pd(t0), _mm256_castps_pd(t1))));
+    const VF c1(_mm256_castpd_ps(_mm256_unpackhi_pd(_mm256_castps_pd(t0), _mm256_castps_pd(t1))));
+    const VF c2(_mm256_castpd_ps(_mm256_unpacklo_pd(_mm256_castps_pd(t2), _mm256_castps_pd(t3))));
+    const VF dv = x - VF(_mm256_castsi256_ps(_mm256_and_si256(b, _mm256_set1_epi32(-(1 << t.shift)))));
+    VF v = c0 + dv * (c1 + dv * c2);
+#else
     __m128 c0[kHalves], c1[kHalves], c2[kHalves], d[kHalves];
     for (int i = 0; i < kHalves; ++i) segmentsOf4(t, half(x, i), c0[i], c1[i], c2[i], d[i]);
     const VF dv = join(d);
     VF v = join(c0) + dv * (join(c1) + dv * join(c2));
+#endif
     VB inside = (x >= VF(t.lo)) & (x < VF(t.hi));
     if constexpr (B != Below::Exact) {
         const VB below = x < VF(t.lo);
@@ -180,21 +201,21 @@ inline VF lookup(const CurveTable& t, const VF& x, Exact exact) {
     return v;
 }
 
-inline VF pqEotfUnscaledFast(const VF& x) {
-    return lookup<Below::Zero>(pqEotfTable(), x, [](const VF& v) { return pqEotfUnscaled(v); });
+// The tables come from their functions once per stage call, not per vector.
+inline VF pqEotfUnscaledFast(const CurveTable& pq, const VF& x) {
+    return lookup<Below::Zero>(pq, x, [](const VF& v) { return pqEotfUnscaled(v); });
 }
 
-inline VF bt709OetfUnclampedFast(const VF& x) {
+inline VF bt709OetfUnclampedFast(const CurveTable& power, const VF& x) {
     const VF lin = single(kBT709Slope) * x;
-    const VF pw = lookup<Below::Unused>(bt709OetfPowerTable(), x, [](const VF& v) {
+    const VF pw = lookup<Below::Unused>(power, x, [](const VF& v) {
         return single(kBT709Alpha) * pow(v, kBT709OetfPower) - single(kBT709Offset);
     });
     return xsimd::select(x < VF(thresholds().bt709Oetf), lin, pw);
 }
-inline VF bt709OetfFast(const VF& x) { return clamp01(bt709OetfUnclampedFast(x)); }
 
-inline VF hlgInverseOetfFast(const VF& x) {
-    const VF ex = lookup<Below::Unused>(hlgInverseOetfExpTable(), x, [](const VF& v) {
+inline VF hlgInverseOetfFast(const CurveTable& exponential, const VF& x) {
+    const VF ex = lookup<Below::Unused>(exponential, x, [](const VF& v) {
         return (xsimd::exp((v - VF(kHlgC)) / VF(kHlgA)) + VF(kHlgB)) / VF(12.0f);
     });
     return xsimd::select(x > VF(kHlgSignalThreshold), ex, x * x / VF(3.0f));

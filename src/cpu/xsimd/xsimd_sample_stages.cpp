@@ -101,6 +101,11 @@ ReadStage readerFor(int32_t format) {
     case kKRORGBA8888Format: return &readBlocks<Packed4x8Row<kKRORGBA8888Format>, N>;
     case kKROBGRA8888Format: return &readBlocks<Packed4x8Row<kKROBGRA8888Format>, N>;
     case kKROCMYK8888Format: return &readBlocks<Packed4x8Row<kKROCMYK8888Format>, N>;
+    case kKROYUV420P10LEFormat: return &readBlocks<YUV16Row<kKROYUV420P10LEFormat>, N>;
+    case kKROYUV422P10LEFormat: return &readBlocks<YUV16Row<kKROYUV422P10LEFormat>, N>;
+    case kKROYUV444P10LEFormat: return &readBlocks<YUV16Row<kKROYUV444P10LEFormat>, N>;
+    case kKROYUV444P12LEFormat: return &readBlocks<YUV16Row<kKROYUV444P12LEFormat>, N>;
+    case kKROYUV444P16LEFormat: return &readBlocks<YUV16Row<kKROYUV444P16LEFormat>, N>;
     default: return &readAny<N>;
     }
 }
