@@ -21,8 +21,9 @@ float floatOf(int32_t b) {
     return x;
 }
 
-// Quadratic through the curve at the three Chebyshev nodes of each segment
-// (a smaller largest error than the ends and the middle), in double.
+// Quadratic through the curve at the start, the middle and the end of each
+// segment, in double: neighbours meet, and a segment's start (1.0 among
+// them) is the curve's own value rounded to float.
 template <class F>
 CurveTable build(int loExponent, int hiExponent, int segmentsPerOctaveLog2, bool zeroBelow, F curve) {
     CurveTable t;
@@ -38,7 +39,7 @@ CurveTable build(int loExponent, int hiExponent, int segmentsPerOctaveLog2, bool
         const double x0 = floatOf(s << t.shift), x1 = floatOf((s + 1) << t.shift), h = x1 - x0;
         double d[3], y[3];
         for (int i = 0; i < 3; ++i) {
-            d[i] = h * 0.5 * (1.0 - std::cos((2 * i + 1) * M_PI / 6.0));
+            d[i] = h * 0.5 * i;
             y[i] = curve(x0 + d[i]);
         }
         // Newton's divided differences, then expanded around d = 0.
@@ -62,7 +63,7 @@ float CurveTable::at(float x) const {
 }
 
 const CurveTable& pqEotfTable() {
-    static const CurveTable t = build(-21, 1, 7, true, [](double x) {
+    static const CurveTable t = build(-21, 1, 8, true, [](double x) {
         const double f = std::pow(x, static_cast<double>(kPqInverseM2));
         const double num = std::max(0.0, f - kPqC1);
         return std::pow(num / (kPqC2 - kPqC3 * f), static_cast<double>(kPqInverseM1));
@@ -78,7 +79,7 @@ const CurveTable& bt709OetfPowerTable() {
 }
 
 const CurveTable& hlgInverseOetfExpTable() {
-    static const CurveTable t = build(-1, 1, 6, false, [](double x) {
+    static const CurveTable t = build(-1, 1, 7, false, [](double x) {
         return (std::exp((x - static_cast<double>(kHlgC)) / kHlgA) + kHlgB) / 12.0;
     });
     return t;
