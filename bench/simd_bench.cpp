@@ -367,6 +367,7 @@ std::vector<Conversion> buildTable() {
     const int32_t bt709ToRgb[8] = {1, 1, 1, kColorRangeMpeg, 1, 1, 0, kColorRangeJpeg};
     const int32_t rgbToBt709[8] = {1, 1, 0, kColorRangeJpeg, 1, 1, 1, kColorRangeMpeg};
     const int32_t pqToSdr[8] = {9, 16, 9, kColorRangeMpeg, 1, 1, 0, kColorRangeJpeg};
+    const int32_t hlgToSdr[8] = {9, 18, 9, kColorRangeMpeg, 1, 1, 0, kColorRangeJpeg};
     const int32_t rgbSame[8] = {1, 1, 0, kColorRangeJpeg, 1, 1, 0, kColorRangeJpeg};
     const size_t rgbaBytes = size_t(kW) * kH * 4;
     auto rgbaDiff = [&F](Image& peer) {
@@ -523,6 +524,14 @@ std::vector<Conversion> buildTable() {
             c.peers.push_back(z);
         }
 #endif
+        table.push_back(std::move(c));
+    }
+
+    {  // the same frame read as HLG: the other HDR curve, ours only
+        Conversion c;
+        c.name = "HLG10toSDR";
+        addOurs(c, kW, kH, kKROYUV420P10LEFormat, kW, kH, kKRORGBA8888Format, hlgToSdr, F.pqIn, F.rgbaScalar,
+                F.rgbaSimd);
         table.push_back(std::move(c));
     }
 
