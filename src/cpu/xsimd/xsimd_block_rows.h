@@ -169,7 +169,19 @@ struct Packed4x8Row {
     Packed4x8Row(const KROFrame& f, int y) : row(f.planes[0] + ptrdiff_t{y} * f.strides[0]) {}
 
     void gather(int x, VF c[4]) const { InHalves<Packed4x8Row>::gather(*this, x, c); }
+#if defined(__AVX2__)
+    // Eight pixels: each 128-bit half packs its four pixels' codes to bytes
+    // by position, [pos0 x4 | pos1 x4 | pos2 x4 | pos3 x4], and one byte
+    // shuffle turns that into pixel order.
+    void scatter(int x, const VI q[4]) const {
+        const __m256i b = _mm256_packus_epi16(_mm256_packs_epi32(q[at0], q[at1]), _mm256_packs_epi32(q[at2], q[3]));
+        const __m256i order = _mm256_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15,  //
+                                               0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(row + 4 * ptrdiff_t{x}), _mm256_shuffle_epi8(b, order));
+    }
+#else
     void scatter(int x, const VI q[4]) const { InHalves<Packed4x8Row>::scatter(*this, x, q); }
+#endif
 
     void gather4(int x, __m128 c[4]) const {
         const __m128i z = _mm_setzero_si128();
