@@ -1,6 +1,7 @@
 // The SIMD CPU convertor: the colour pipeline and the scale filter of the
-// scalar CPUContext, evaluated four pixels at a time in 4-lane SSE2 vectors.
-// Results agree with CPUContext within one code per sample. Rotation and
+// scalar CPUContext, the colour pipeline eight pixels at a time in AVX2
+// vectors (four in SSE2 vectors on processors without AVX2, and the scale
+// filter always). Results agree with CPUContext within one code per sample. Rotation and
 // cropping run the scalar per-pixel kernels.
 #pragma once
 

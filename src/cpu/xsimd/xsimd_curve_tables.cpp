@@ -55,13 +55,6 @@ CurveTable build(int loExponent, int hiExponent, int segmentsPerOctaveLog2, bool
 
 }  // namespace
 
-float CurveTable::at(float x) const {
-    const int32_t b = bitsOf(x);
-    const CurveSegment& s = segments[static_cast<size_t>((b >> shift) - first)];
-    const float d = x - floatOf(b & ~((1 << shift) - 1));
-    return s.c[0] + d * (s.c[1] + d * s.c[2]);
-}
-
 const CurveTable& pqEotfTable() {
     static const CurveTable t = build(-21, 1, 8, true, [](double x) {
         const double f = std::pow(x, static_cast<double>(kPqInverseM2));

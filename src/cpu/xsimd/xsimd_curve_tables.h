@@ -2,8 +2,9 @@
 // (8-bit destinations): each curve is cut into segments, 2^k per octave of
 // its input, and each segment holds a quadratic in the distance from the
 // segment's start. The segment of a float is read from its exponent and top
-// mantissa bits, so a lookup is a shift, three loads and two multiply-adds
-// where the exact curve costs one or two exp/log pairs. The quadratics are
+// mantissa bits, so a lookup is a shift, one 16-byte load per lane, a
+// transpose and two multiply-adds where the exact curve costs one or two
+// exp/log pairs (xsimd_curves.h). The quadratics are
 // fitted in double precision to the curve's formula; the largest error a
 // table keeps is proved by xsimd_curve_tables_test over its whole domain.
 #pragma once
@@ -25,9 +26,6 @@ struct CurveTable {
     int32_t last;        // the last segment's index in `segments`
     bool zeroBelow;      // the curve is 0 below lo (else the caller decides)
     std::vector<CurveSegment> segments;
-
-    // The table's value at x in [lo, hi), as the vector lookup forms it.
-    float at(float x) const;
 };
 
 // SMPTE ST 2084 decoding, relative to 10000 cd/m2, on [2^-21, 2): below

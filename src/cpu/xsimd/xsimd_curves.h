@@ -1,4 +1,4 @@
-// The transfer curves of color/transfer_curves.h on four float32 lanes. Same
+// The transfer curves of color/transfer_curves.h on float32 lanes. Same
 // constants (color/color_constants.h), thresholds and clamps; both branches of a piecewise curve are
 // computed and merged lane by lane with select. Powers are xsimd::pow on
 // float32 (exp of y times log x), so results can differ from the scalar

@@ -1,4 +1,4 @@
-// Normalisation and quantisation of four pixels at once: the scalar kernels
+// Normalisation and quantisation of a vector of pixels at once: the scalar kernels
 // of color/pixel_kernels.h in lane-wise form, on channel vectors of codes.
 // Normalisation multiplies by reciprocals where the scalar kernels divide (a
 // last-bit difference, never more than one code).
