@@ -19,7 +19,6 @@
 
 #include "KROColorFunctions.h"
 #include "cpu/cpu_context.h"
-#include "cpu/xsimd/xsimd_vector_plan.h"
 #include "support/format_sweep.h"
 #include "support/frame_buffers.h"
 
@@ -166,16 +165,6 @@ const Backend kBackends[] = {
     {"cpu", [](const Conversion& c, const FrameBuffers& s, FrameBuffers& d) { return convertOnHost(kKROHWTypeCPU, c, s, d); },
      nullptr, exact},
     {"simd", [](const Conversion& c, const FrameBuffers& s, FrameBuffers& d) { return convertOnHost(kKROHWTypeXSimd, c, s, d); },
-     nullptr, simdTolerance},
-    // The same convertor held to four lanes (SSE2) where the processor would
-    // run eight (AVX2); on a processor without AVX2 both rows run SSE2.
-    {"simd4",
-     [](const Conversion& c, const FrameBuffers& s, FrameBuffers& d) {
-         simd::setLaneLimit(4);
-         const KROReturn r = convertOnHost(kKROHWTypeXSimd, c, s, d);
-         simd::setLaneLimit(simd::kMaxLanes);
-         return r;
-     },
      nullptr, simdTolerance},
     {"cuda", nullptr,
      "the CUDA kernels keep their own curves (PQ and transfer 17 as BT.709, LOG_SQRT) and stage only some host "

@@ -1,5 +1,6 @@
 // The SIMD CPU convertor's own behaviour: how it is selected, its aligned
-// allocator, the intermediate frame and the source peak luminance. Its
+// allocator, the intermediate frame, the source peak luminance, and that its
+// eight-lane (AVX2) rows give the bytes of its four-lane (SSE2) ones. Its
 // pixels are held to the scalar convertor's in conformance_test,
 // its pass-through copy in cpu_convertor_test, its rotation and cropping in
 // geometry_kernels_test.
@@ -12,6 +13,9 @@
 #include "KROColorFunctions.h"
 #include "api/backend_selection.h"
 #include "cpu/xsimd/xsimd_context.h"
+#include "cpu/xsimd/xsimd_passes.h"
+#include "cpu/xsimd/xsimd_vector_plan.h"
+#include "support/format_sweep.h"
 #include "support/frame_buffers.h"
 
 using namespace KROCOLOR;
@@ -113,6 +117,52 @@ TEST(XSimdConvertor, SourcePeakLuminanceScalesPqToPq) {
     c.setMetaData({});
     ASSERT_EQ(c.convertColor(&s, &d), kKROSuccess);
     EXPECT_NEAR(dst.plane(0)[6], 153, 1);
+}
+
+// Eight lanes may only change speed: every frame's bytes are those of the
+// four-lane rows, for every host format pair, curves with powers, exponentials
+// and logarithms, the constant-luminance matrix and matrix-only conversions,
+// and widths that leave every remainder after eight- and four-pixel blocks
+// (77 = one 64-pixel chunk, one 8-pixel block, one 4-pixel block, one pixel).
+TEST(XSimdConvertor, EightLanesGiveTheBytesOfFourLanes) {
+    simd::setLaneLimit(8);
+    if (simd::activeLanes() != 8) GTEST_SKIP() << "this processor has no AVX2";
+    struct Case {
+        int32_t src[4], dst[4], peak;  // primaries, transfer, matrix, range
+    };
+    const Case cases[] = {
+        {{9, 16, 9, 1}, {1, 1, 1, 2}, 1000},   // PQ to SDR
+        {{1, 1, 1, 2}, {9, 16, 9, 1}, 10000},  // SDR to PQ
+        {{9, 18, 9, 1}, {1, 1, 1, 2}, 10000},  // HLG to SDR
+        {{1, 1, 1, 2}, {9, 18, 9, 1}, 10000},  // SDR to HLG
+        {{12, 13, 1, 2}, {1, 1, 1, 1}, 10000}, // sRGB to BT.709
+        {{23, 4, 1, 2}, {1, 19, 5, 1}, 10000}, // gamma 2.2 to gamma 1.8
+        {{9, 15, 10, 1}, {9, 14, 10, 2}, 10000},  // BT.2020 constant luminance
+        {{1, 1, 1, 1}, {1, 1, 6, 2}, 10000},   // matrix and range only
+    };
+    std::vector<int> widths;
+    for (int w = 1; w <= 19; ++w) widths.push_back(w);
+    widths.push_back(77);
+    const std::vector<int32_t> formats = test::cpuFormats();
+    for (int32_t sf : formats)
+        for (int w : widths) {
+            FrameBuffers src(sf, w, 2);
+            src.fillRandom(static_cast<uint32_t>(sf * 131 + w));
+            for (int32_t df : formats)
+                for (const Case& c : cases) {
+                    FrameBuffers out[2] = {FrameBuffers(df, w, 2), FrameBuffers(df, w, 2)};
+                    for (int i = 0; i < 2; ++i) {
+                        for (int p = 0; p < out[i].planeCount(); ++p) std::memset(out[i].plane(p), 0x5A, out[i].size(p));
+                        simd::setLaneLimit(i ? 4 : 8);
+                        KROFrame d = out[i].frame(c.dst[0], c.dst[1], c.dst[2], c.dst[3]);
+                        xsimdColorPass(src.frame(c.src[0], c.src[1], c.src[2], c.src[3]), d, c.peak, false);
+                    }
+                    for (int p = 0; p < out[0].planeCount(); ++p)
+                        ASSERT_EQ(std::memcmp(out[0].plane(p), out[1].plane(p), out[0].size(p)), 0)
+                            << sf << " -> " << df << ", width " << w << ", case " << (&c - cases) << ", plane " << p;
+                }
+        }
+    simd::setLaneLimit(simd::kMaxLanes);
 }
 
 }  // namespace

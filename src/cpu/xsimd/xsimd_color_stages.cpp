@@ -107,53 +107,33 @@ void curveStage(const VectorPlan&, Lanes& l, int n) {
 }
 
 // ITU-R BT.2100 HLG EOTF: black lift, inverse OETF, then the OOTF
-// Ys^(gamma - 1) over the three channels together; alpha becomes 1. The fast
-// form reads the inverse OETF's exponential and the OOTF gain from tables.
-template <bool Fast>
+// Ys^(gamma - 1) over the three channels together; alpha becomes 1.
 void hlgEotfStage(const VectorPlan& p, Lanes& l, int n) {
     const VF oneMinusBeta(1.0f - kHlgBeta), beta(kHlgBeta), zero(0.0f);
     const VF exponent(p.hlgGamma - 1.0f);
     const VF kr(static_cast<float>(kBT2020LumaR)), kg(static_cast<float>(kBT2020LumaG)),
         kb(static_cast<float>(kBT2020LumaB));
-    const CurveTable* exponential = Fast ? &hlgInverseOetfExpTable() : nullptr;
-    const CurveTable* ootfGain = Fast ? &hlgOotfTable() : nullptr;
     for (int i = 0; i < n; i += kLanes) {
         VF c[4];
         l.load(i, c);
         VF e[3];
         for (int k = 0; k < 3; ++k) {
             const VF lifted = oneMinusBeta * c[k] + beta;
-            const VF e0 = xsimd::select(lifted > zero, lifted, zero);
-            e[k] = Fast ? hlgInverseOetfFast(*exponential, e0) : hlgInverseOetf(e0);
+            e[k] = hlgInverseOetf(xsimd::select(lifted > zero, lifted, zero));
         }
         const VF ys = kr * e[0] + kg * e[1] + kb * e[2];
-        auto gain = [&exponent](const VF& y) { return xsimd::exp(exponent * xsimd::log(y)); };
-        const VF ootf = Fast ? lookup<Below::Exact>(*ootfGain, ys, gain) : gain(ys);
+        const VF ootf = xsimd::exp(exponent * xsimd::log(ys));
         for (int k = 0; k < 3; ++k) c[k] = ootf * e[k];
         c[3] = VF(1.0f);
         l.store(i, c);
     }
 }
 
-template <bool Fast>
 void pqEotfStage(const VectorPlan& p, Lanes& l, int n) {
     const VF ratio(p.colour.pqRatioSingle);
-    const CurveTable* pq = Fast ? &pqEotfTable() : nullptr;
     for (int k = 0; k < 3; ++k)
-        for (int i = 0; i < n; i += kLanes) {
-            const VF x = VF::load_aligned(&l.c[k][i]);
-            ((Fast ? pqEotfUnscaledFast(*pq, x) : pqEotfUnscaled(x)) * ratio).store_aligned(&l.c[k][i]);
-        }
-}
-
-template <bool Clamped>
-void bt709OetfFastStage(const VectorPlan&, Lanes& l, int n) {
-    const CurveTable& power = bt709OetfPowerTable();
-    for (int k = 0; k < 3; ++k)
-        for (int i = 0; i < n; i += kLanes) {
-            const VF v = bt709OetfUnclampedFast(power, VF::load_aligned(&l.c[k][i]));
-            (Clamped ? clamp01(v) : v).store_aligned(&l.c[k][i]);
-        }
+        for (int i = 0; i < n; i += kLanes)
+            (pqEotfUnscaled(VF::load_aligned(&l.c[k][i])) * ratio).store_aligned(&l.c[k][i]);
 }
 
 void pqOetfStage(const VectorPlan& p, Lanes& l, int n) {
@@ -177,9 +157,7 @@ ColourStage primariesStage() { return &multiplyPrimaries; }
 
 // HLG decodes the three channels together; every other curve one channel
 // vector at a time.
-ColourStage decodeStage(Curve curve, bool fast) {
-    if (fast && curve == Curve::HLG) return &hlgEotfStage<true>;
-    if (fast && curve == Curve::PQ) return &pqEotfStage<true>;
+ColourStage decodeStage(Curve curve) {
     switch (curve) {
     case Curve::BT2020_12: return &curveStage<bt2020_12Eotf>;
     case Curve::Gamma22: return &curveStage<gamma22Eotf>;
@@ -187,17 +165,15 @@ ColourStage decodeStage(Curve curve, bool fast) {
     case Curve::Gamma26: return &curveStage<dcip3Eotf>;
     case Curve::XvYCC: return &curveStage<xvyccEotf>;
     case Curve::SRGB: return &curveStage<srgbEotf>;
-    case Curve::HLG: return &hlgEotfStage<false>;
-    case Curve::PQ: return &pqEotfStage<false>;
+    case Curve::HLG: return &hlgEotfStage;
+    case Curve::PQ: return &pqEotfStage;
     case Curve::BT709:
     case Curve::BT709Unclamped: break;
     }
     return &curveStage<bt709Eotf>;
 }
 
-ColourStage encodeStage(Curve curve, bool fast) {
-    if (fast && curve == Curve::BT709) return &bt709OetfFastStage<true>;
-    if (fast && curve == Curve::BT709Unclamped) return &bt709OetfFastStage<false>;
+ColourStage encodeStage(Curve curve) {
     switch (curve) {
     case Curve::BT709Unclamped: return &curveStage<bt709OetfUnclamped>;
     case Curve::BT2020_12: return &curveStage<bt2020_12Oetf>;

@@ -37,11 +37,8 @@ inline void rgbToYuvBlock(const Matrix3& m, VF c[4]) {
 ColourStage toRgbStage(MatrixStage stage);
 ColourStage toYuvStage(MatrixStage stage);
 ColourStage primariesStage();
-// `fast`: the table forms of the PQ and HLG decodings and of the BT.709
-// encoding (xsimd_curve_tables.h), for plans whose destination has 8-bit
-// codes: their error stays far below one such code.
-ColourStage decodeStage(Curve curve, bool fast);
-ColourStage encodeStage(Curve curve, bool fast);
+ColourStage decodeStage(Curve curve);
+ColourStage encodeStage(Curve curve);
 
 }  // namespace KRO_SIMD_NS
 }  // namespace simd

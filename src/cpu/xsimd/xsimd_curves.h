@@ -11,7 +11,6 @@
 #include <cmath>
 
 #include "color/color_constants.h"
-#include "cpu/xsimd/xsimd_curve_tables.h"
 #include "cpu/xsimd/xsimd_vector.h"
 
 namespace KROCOLOR {
@@ -133,92 +132,6 @@ inline VF pqEotfUnscaled(const VF& x) {
 inline VF pqOetfUnscaled(const VF& y) {
     const VF f = pow(y, kPqM1);
     return clamp01(pow((VF(kPqC1) + VF(kPqC2) * f) / (VF(1.0f) + VF(kPqC3) * f), kPqM2));
-}
-
-// ---- table forms for plans with 8-bit destinations (xsimd_curve_tables.h) --
-
-// The coefficients of the segments of four lanes: the segment numbers from
-// the float bits (limited to the table, so lanes outside it read an end
-// segment that the caller then replaces), four 16-byte rows, transposed.
-inline void segmentsOf4(const CurveTable& t, __m128 x, __m128& c0, __m128& c1, __m128& c2, __m128& d) {
-    const __m128i b = _mm_castps_si128(x);
-    __m128i i = _mm_sub_epi32(_mm_sra_epi32(b, _mm_cvtsi32_si128(t.shift)), _mm_set1_epi32(t.first));
-    i = _mm_andnot_si128(_mm_cmplt_epi32(i, _mm_setzero_si128()), i);
-    const __m128i last = _mm_set1_epi32(t.last), over = _mm_cmpgt_epi32(i, last);
-    i = _mm_or_si128(_mm_and_si128(over, last), _mm_andnot_si128(over, i));
-    alignas(16) int32_t at[4];
-    _mm_store_si128(reinterpret_cast<__m128i*>(at), i);
-    const CurveSegment* s = t.segments.data();
-    __m128 r0 = _mm_load_ps(s[at[0]].c), r1 = _mm_load_ps(s[at[1]].c), r2 = _mm_load_ps(s[at[2]].c),
-           r3 = _mm_load_ps(s[at[3]].c);
-    _MM_TRANSPOSE4_PS(r0, r1, r2, r3);
-    c0 = r0;
-    c1 = r1;
-    c2 = r2;
-    d = _mm_sub_ps(x, _mm_castsi128_ps(_mm_and_si128(b, _mm_set1_epi32(-(1 << t.shift)))));
-}
-
-// What a lookup does with lanes below the table: the curve is 0 there, the
-// caller takes another branch for them, or they are computed exactly.
-enum class Below { Zero, Unused, Exact };
-
-// The table's value where lo <= x < hi; lanes outside (and NaN) get
-// exact(x), which is evaluated only for vectors that have such a lane.
-template <Below B, class Exact>
-inline VF lookup(const CurveTable& t, const VF& x, Exact exact) {
-#if defined(__AVX2__)
-    // Eight lanes: lane j's row and lane j+4's row share a register, so one
-    // in-lane transpose gives the coefficients in lane order. (Loads beat
-    // the AVX2 gather instruction here.)
-    const __m256i b = _mm256_castps_si256(x);
-    __m256i i = _mm256_sub_epi32(_mm256_sra_epi32(b, _mm_cvtsi32_si128(t.shift)), _mm256_set1_epi32(t.first));
-    i = _mm256_min_epi32(_mm256_max_epi32(i, _mm256_setzero_si256()), _mm256_set1_epi32(t.last));
-    alignas(32) int32_t at[8];
-    _mm256_store_si256(reinterpret_cast<__m256i*>(at), i);
-    const CurveSegment* s = t.segments.data();
-    __m256 r[4];
-    for (int j = 0; j < 4; ++j) r[j] = _mm256_set_m128(_mm_load_ps(s[at[j + 4]].c), _mm_load_ps(s[at[j]].c));
-    const __m256 t0 = _mm256_unpacklo_ps(r[0], r[1]), t1 = _mm256_unpacklo_ps(r[2], r[3]);
-    const __m256 t2 = _mm256_unpackhi_ps(r[0], r[1]), t3 = _mm256_unpackhi_ps(r[2], r[3]);
-    const VF c0(_mm256_castpd_ps(_mm256_unpacklo_pd(_mm256_castps_pd(t0), _mm256_castps_pd(t1))));
-    const VF c1(_mm256_castpd_ps(_mm256_unpackhi_pd(_mm256_castps_pd(t0), _mm256_castps_pd(t1))));
-    const VF c2(_mm256_castpd_ps(_mm256_unpacklo_pd(_mm256_castps_pd(t2), _mm256_castps_pd(t3))));
-    const VF dv = x - VF(_mm256_castsi256_ps(_mm256_and_si256(b, _mm256_set1_epi32(-(1 << t.shift)))));
-    VF v = c0 + dv * (c1 + dv * c2);
-#else
-    __m128 c0[kHalves], c1[kHalves], c2[kHalves], d[kHalves];
-    for (int i = 0; i < kHalves; ++i) segmentsOf4(t, half(x, i), c0[i], c1[i], c2[i], d[i]);
-    const VF dv = join(d);
-    VF v = join(c0) + dv * (join(c1) + dv * join(c2));
-#endif
-    VB inside = (x >= VF(t.lo)) & (x < VF(t.hi));
-    if constexpr (B != Below::Exact) {
-        const VB below = x < VF(t.lo);
-        if constexpr (B == Below::Zero) v = xsimd::select(below, VF(0.0f), v);
-        inside = inside | below;
-    }
-    if (!xsimd::all(inside)) v = xsimd::select(inside, v, exact(x));
-    return v;
-}
-
-// The tables come from their functions once per stage call, not per vector.
-inline VF pqEotfUnscaledFast(const CurveTable& pq, const VF& x) {
-    return lookup<Below::Zero>(pq, x, [](const VF& v) { return pqEotfUnscaled(v); });
-}
-
-inline VF bt709OetfUnclampedFast(const CurveTable& power, const VF& x) {
-    const VF lin = single(kBT709Slope) * x;
-    const VF pw = lookup<Below::Unused>(power, x, [](const VF& v) {
-        return single(kBT709Alpha) * pow(v, kBT709OetfPower) - single(kBT709Offset);
-    });
-    return xsimd::select(x < VF(thresholds().bt709Oetf), lin, pw);
-}
-
-inline VF hlgInverseOetfFast(const CurveTable& exponential, const VF& x) {
-    const VF ex = lookup<Below::Unused>(exponential, x, [](const VF& v) {
-        return (xsimd::exp((v - VF(kHlgC)) / VF(kHlgA)) + VF(kHlgB)) / VF(12.0f);
-    });
-    return xsimd::select(x > VF(kHlgSignalThreshold), ex, x * x / VF(3.0f));
 }
 
 }  // namespace KRO_SIMD_NS

@@ -21,10 +21,9 @@ VectorPlan makeVectorPlan(const ColorPlan& colour, int32_t srcFormat, int32_t ds
     p.write = chooseWriter(dstFormat, colour.dst.kind);
     if (colour.toRgb != MatrixStage::None) p.stages[p.stageCount++] = toRgbStage(colour.toRgb);
     if (colour.linearStages) {
-        const bool fast = colour.dst.maxCode <= 255.0f;  // 8-bit destination codes
-        p.stages[p.stageCount++] = decodeStage(colour.decode, fast);
+        p.stages[p.stageCount++] = decodeStage(colour.decode);
         p.stages[p.stageCount++] = primariesStage();
-        p.stages[p.stageCount++] = encodeStage(colour.encode, fast);
+        p.stages[p.stageCount++] = encodeStage(colour.encode);
     }
     if (colour.toYuv != MatrixStage::None) p.stages[p.stageCount++] = toYuvStage(colour.toYuv);
     p.fused = chooseFused(colour, srcFormat, dstFormat);
