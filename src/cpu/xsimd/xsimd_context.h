@@ -1,8 +1,9 @@
 // The SIMD CPU convertor: the colour pipeline and the scale filter of the
 // scalar CPUContext, the colour pipeline eight pixels at a time in AVX2
 // vectors (four in SSE2 vectors on processors without AVX2, and the scale
-// filter always). Results agree with CPUContext within one code per sample. Rotation and
-// cropping run the scalar per-pixel kernels.
+// filter always); the width changes speed, never a byte. Results agree with
+// CPUContext within one code per sample. Rotation and cropping run the
+// scalar per-pixel kernels.
 #pragma once
 
 #include <cstdint>

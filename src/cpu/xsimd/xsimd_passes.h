@@ -10,9 +10,9 @@
 namespace KROCOLOR {
 
 // Converts src into dst (same width and height) through the colour pipeline,
-// four or eight pixels of a row at a time (SSE2 or AVX2, chosen at run time);
-// the last (width mod lanes) pixels of each row go through the scalar
-// pipeline with the same arguments. `threaded` spreads
+// four or eight pixels of a row at a time (SSE2 or AVX2, chosen at run time,
+// with the same bytes either way); the last (width mod 4) pixels of each row
+// go through the scalar pipeline with the same arguments. `threaded` spreads
 // the rows over a worker pool. Throws std::system_error when worker threads
 // cannot start.
 void xsimdColorPass(const KROFrame& src, KROFrame& dst, int32_t sourcePeak, bool threaded);
