@@ -32,6 +32,7 @@ extern "C" {
 #endif
 
 #include "KROColorFunctions.h"
+#include "cpu/xsimd/xsimd_vector_plan.h"
 #include "ratio_reporter.h"
 
 using namespace KROCOLOR;
@@ -607,6 +608,13 @@ void registerAll() {
         };
         reg(c.name + "_scalar", c.scalar);
         reg(c.name + "_simd", c.simd);
+        // The same convertor held to four lanes (SSE2): what eight buy.
+        auto simd = c.simd;
+        reg(c.name + "_simd4", [simd] {
+            simd::setLaneLimit(4);
+            simd();
+            simd::setLaneLimit(simd::kMaxLanes);
+        });
         const size_t bytes = c.writtenBytes;
         for (int threads : {1, 2})
             reg(c.name + "_memcpy_" + std::to_string(threads) + "t", [bytes, threads] {
