@@ -28,7 +28,9 @@ inline __m128 bytesToFloats(__m128i bytes) {  // the low four bytes
 // The whole-vector gather and scatter of a cursor with four-pixel ones.
 template <class Row>
 struct InHalves {
-    static void gather(const Row& row, int x, VF c[4]) {
+    // Forced inline: as calls, the two halves' shuffles cost more than the
+    // wider arithmetic saves.
+    [[gnu::always_inline]] static void gather(const Row& row, int x, VF c[4]) {
         __m128 h[4][kHalves];
         for (int i = 0; i < kHalves; ++i) {
             __m128 q[4];
@@ -37,7 +39,7 @@ struct InHalves {
         }
         for (int k = 0; k < 4; ++k) c[k] = join(h[k]);
     }
-    static void scatter(const Row& row, int x, const VI q[4]) {
+    [[gnu::always_inline]] static void scatter(const Row& row, int x, const VI q[4]) {
         for (int i = 0; i < kHalves; ++i) {
             const __m128i h[4] = {half(q[0], i), half(q[1], i), half(q[2], i), half(q[3], i)};
             row.scatter4(x + 4 * i, h);
@@ -67,8 +69,8 @@ struct YUV8Row {
         chromaRow = (y & ((1 << t.chromaShiftY) - 1)) == 0;
     }
 
-    void gather(int x, VF c[4]) const { InHalves<YUV8Row>::gather(*this, x, c); }
-    void scatter(int x, const VI q[4]) const { InHalves<YUV8Row>::scatter(*this, x, q); }
+    [[gnu::always_inline]] void gather(int x, VF c[4]) const { InHalves<YUV8Row>::gather(*this, x, c); }
+    [[gnu::always_inline]] void scatter(int x, const VI q[4]) const { InHalves<YUV8Row>::scatter(*this, x, q); }
 
     void gather4(int x, __m128 c[4]) const {
         const __m128i z = _mm_setzero_si128();
@@ -134,7 +136,7 @@ struct YUV16Row {
         v = f.planes[2] + ptrdiff_t{cy} * f.strides[2];
     }
 
-    void gather(int x, VF c[4]) const { InHalves<YUV16Row>::gather(*this, x, c); }
+    [[gnu::always_inline]] void gather(int x, VF c[4]) const { InHalves<YUV16Row>::gather(*this, x, c); }
 
     static __m128i words(const uint8_t* row, int x) {  // the low four words
         return _mm_unpacklo_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + 2 * ptrdiff_t{x})),
@@ -168,19 +170,19 @@ struct Packed4x8Row {
 
     Packed4x8Row(const KROFrame& f, int y) : row(f.planes[0] + ptrdiff_t{y} * f.strides[0]) {}
 
-    void gather(int x, VF c[4]) const { InHalves<Packed4x8Row>::gather(*this, x, c); }
+    [[gnu::always_inline]] void gather(int x, VF c[4]) const { InHalves<Packed4x8Row>::gather(*this, x, c); }
 #if defined(__AVX2__)
     // Eight pixels: each 128-bit half packs its four pixels' codes to bytes
     // by position, [pos0 x4 | pos1 x4 | pos2 x4 | pos3 x4], and one byte
     // shuffle turns that into pixel order.
-    void scatter(int x, const VI q[4]) const {
+    [[gnu::always_inline]] void scatter(int x, const VI q[4]) const {
         const __m256i b = _mm256_packus_epi16(_mm256_packs_epi32(q[at0], q[at1]), _mm256_packs_epi32(q[at2], q[3]));
         const __m256i order = _mm256_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15,  //
                                                0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(row + 4 * ptrdiff_t{x}), _mm256_shuffle_epi8(b, order));
     }
 #else
-    void scatter(int x, const VI q[4]) const { InHalves<Packed4x8Row>::scatter(*this, x, q); }
+    [[gnu::always_inline]] void scatter(int x, const VI q[4]) const { InHalves<Packed4x8Row>::scatter(*this, x, q); }
 #endif
 
     void gather4(int x, __m128 c[4]) const {

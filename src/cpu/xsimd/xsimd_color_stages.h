@@ -20,13 +20,13 @@ inline void multiply(const Matrix3& m, VF c[4]) {
         c[k] = VF(m.m[k][0]) * x0 + VF(m.m[k][1]) * x1 + VF(m.m[k][2]) * x2;
 }
 
-inline void yuvToRgbBlock(const Matrix3& m, VF c[4]) {
+[[gnu::always_inline]] inline void yuvToRgbBlock(const Matrix3& m, VF c[4]) {
     multiply(m, c);
     for (int k = 0; k < 3; ++k) c[k] = clamp01(c[k]);
     c[3] = VF(1.0f);
 }
 
-inline void rgbToYuvBlock(const Matrix3& m, VF c[4]) {
+[[gnu::always_inline]] inline void rgbToYuvBlock(const Matrix3& m, VF c[4]) {
     multiply(m, c);
     c[0] = clamp01(c[0]);
     c[1] = clampTo(c[1], -0.5f, 0.5f);
