@@ -195,41 +195,36 @@ int rgbToYuvRow(const ColorPlan& p, const KROFrame& src, KROFrame& dst, int y, i
     return whole;
 }
 
-template <class V, int32_t Yuv, SampleRule Rule>
-DirectRow yuvToRgbFor(int32_t rgb) {
-    switch (rgb) {
-    case kKRORGB888Format: return &yuvToRgbRow<V, Yuv, kKRORGB888Format, Rule>;
-    case kKRORGBA8888Format: return &yuvToRgbRow<V, Yuv, kKRORGBA8888Format, Rule>;
-    case kKROBGR888Format: return &yuvToRgbRow<V, Yuv, kKROBGR888Format, Rule>;
-    case kKROBGRA8888Format: return &yuvToRgbRow<V, Yuv, kKROBGRA8888Format, Rule>;
-    default: return nullptr;
-    }
+// The row between one YUV and one RGB format, in the direction asked for.
+template <class V, int32_t Yuv, int32_t Rgb, SampleRule Rule, bool ToRgb>
+DirectRow rowBetween() {
+    if constexpr (ToRgb)
+        return &yuvToRgbRow<V, Yuv, Rgb, Rule>;
+    else
+        return &rgbToYuvRow<V, Rgb, Yuv, Rule>;
 }
 
-template <class V, int32_t Yuv, SampleRule Rule>
-DirectRow rgbToYuvFor(int32_t rgb) {
+// The 8-bit packed RGB formats.
+template <class V, int32_t Yuv, SampleRule Rule, bool ToRgb>
+DirectRow forRgb(int32_t rgb) {
     switch (rgb) {
-    case kKRORGB888Format: return &rgbToYuvRow<V, kKRORGB888Format, Yuv, Rule>;
-    case kKRORGBA8888Format: return &rgbToYuvRow<V, kKRORGBA8888Format, Yuv, Rule>;
-    case kKROBGR888Format: return &rgbToYuvRow<V, kKROBGR888Format, Yuv, Rule>;
-    case kKROBGRA8888Format: return &rgbToYuvRow<V, kKROBGRA8888Format, Yuv, Rule>;
+    case kKRORGB888Format: return rowBetween<V, Yuv, kKRORGB888Format, Rule, ToRgb>();
+    case kKRORGBA8888Format: return rowBetween<V, Yuv, kKRORGBA8888Format, Rule, ToRgb>();
+    case kKROBGR888Format: return rowBetween<V, Yuv, kKROBGR888Format, Rule, ToRgb>();
+    case kKROBGRA8888Format: return rowBetween<V, Yuv, kKROBGRA8888Format, Rule, ToRgb>();
     default: return nullptr;
     }
 }
 
 // The YUV formats with 8-bit samples and chroma blocks at most two pixels
 // wide.
-template <class V, SampleRule Rule>
-DirectRow forYuv(int32_t yuv, int32_t rgb, bool toRgb) {
+template <class V, SampleRule Rule, bool ToRgb>
+DirectRow forYuv(int32_t yuv, int32_t rgb) {
     switch (yuv) {
-    case kKRONV12Format:
-        return toRgb ? yuvToRgbFor<V, kKRONV12Format, Rule>(rgb) : rgbToYuvFor<V, kKRONV12Format, Rule>(rgb);
-    case kKROYUV420PFormat:
-        return toRgb ? yuvToRgbFor<V, kKROYUV420PFormat, Rule>(rgb) : rgbToYuvFor<V, kKROYUV420PFormat, Rule>(rgb);
-    case kKROYUV422PFormat:
-        return toRgb ? yuvToRgbFor<V, kKROYUV422PFormat, Rule>(rgb) : rgbToYuvFor<V, kKROYUV422PFormat, Rule>(rgb);
-    case kKROYUV444PFormat:
-        return toRgb ? yuvToRgbFor<V, kKROYUV444PFormat, Rule>(rgb) : rgbToYuvFor<V, kKROYUV444PFormat, Rule>(rgb);
+    case kKRONV12Format: return forRgb<V, kKRONV12Format, Rule, ToRgb>(rgb);
+    case kKROYUV420PFormat: return forRgb<V, kKROYUV420PFormat, Rule, ToRgb>(rgb);
+    case kKROYUV422PFormat: return forRgb<V, kKROYUV422PFormat, Rule, ToRgb>(rgb);
+    case kKROYUV444PFormat: return forRgb<V, kKROYUV444PFormat, Rule, ToRgb>(rgb);
     default: return nullptr;
     }
 }
@@ -243,11 +238,11 @@ DirectRow rowFor(const ColorPlan& p, int32_t srcFormat, int32_t dstFormat) {
     const auto rgb8 = [](const FormatRule& r) { return r.kind == SampleRule::RGB && r.maxCode == kFullScale8; };
     if (p.linearStages || p.src.scale != 1.0f || p.dst.scale != 1.0f) return nullptr;  // 8-bit only
     if (p.toRgb == MatrixStage::Fixed && p.toYuv == MatrixStage::None && yuv8(p.src) && rgb8(p.dst))
-        return p.src.kind == SampleRule::YUVLimited ? forYuv<V, SampleRule::YUVLimited>(srcFormat, dstFormat, true)
-                                                    : forYuv<V, SampleRule::YUVFull>(srcFormat, dstFormat, true);
+        return p.src.kind == SampleRule::YUVLimited ? forYuv<V, SampleRule::YUVLimited, true>(srcFormat, dstFormat)
+                                                    : forYuv<V, SampleRule::YUVFull, true>(srcFormat, dstFormat);
     if (p.toRgb == MatrixStage::None && p.toYuv == MatrixStage::Fixed && rgb8(p.src) && yuv8(p.dst))
-        return p.dst.kind == SampleRule::YUVLimited ? forYuv<V, SampleRule::YUVLimited>(dstFormat, srcFormat, false)
-                                                    : forYuv<V, SampleRule::YUVFull>(dstFormat, srcFormat, false);
+        return p.dst.kind == SampleRule::YUVLimited ? forYuv<V, SampleRule::YUVLimited, false>(dstFormat, srcFormat)
+                                                    : forYuv<V, SampleRule::YUVFull, false>(dstFormat, srcFormat);
     return nullptr;
 }
 
