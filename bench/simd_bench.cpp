@@ -217,6 +217,28 @@ Peer swscalePeer(const std::string& name, int sw, int sh, AVPixelFormat sf, int 
     return p;
 }
 
+#ifdef KRO_HAVE_LIBYUV
+// libyuv's BT.709 limited-range NV12 or YUV420P (planar) to RGBA on the top
+// w x h of `in`, in row bands.
+Peer libyuvToRgba(bool planar, const Image& in, Image& out, int w, int h) {
+    Peer p;
+    p.name = "libyuv";
+    p.run = [planar, &in, &out, w, h](int threads) {
+        inBands(threads, [&](int b, int n) {
+            auto ip = in.inAt(b * h / n);
+            auto op = out.outAt(b * h / n);
+            if (planar)  // ABGR in libyuv's naming is R, G, B, A in memory: U and V swap places
+                libyuv::I420ToARGBMatrix(ip[0], in.strides[0], ip[2], in.strides[2], ip[1], in.strides[1], op[0],
+                                         out.strides[0], &libyuv::kYvuH709Constants, w, h / n);
+            else
+                libyuv::NV12ToABGRMatrix(ip[0], in.strides[0], ip[1], in.strides[1], op[0], out.strides[0],
+                                         &libyuv::kYuvH709Constants, w, h / n);
+        });
+    };
+    return p;
+}
+#endif
+
 #ifdef KRO_HAVE_ZIMG
 // zimg on planar buffers: one graph per band height, with its scratch.
 struct ZimgGraphs {
@@ -371,8 +393,9 @@ std::vector<Conversion> buildTable() {
     const int32_t hlgToSdr[8] = {9, 18, 9, kColorRangeMpeg, 1, 1, 0, kColorRangeJpeg};
     const int32_t rgbSame[8] = {1, 1, 0, kColorRangeJpeg, 1, 1, 0, kColorRangeJpeg};
     const size_t rgbaBytes = size_t(kW) * kH * 4;
-    auto rgbaDiff = [&F](Image& peer) {
-        return [&F, &peer] { return compareBytes({{F.rgbaScalar.data[0].data(), peer.data[0].data()}}, F.rgbaScalar.data[0].size()); };
+    // A peer's packed output against ours, byte for byte.
+    auto packedDiff = [](const Image& ours, const Image& peer) {
+        return [&ours, &peer] { return compareBytes({{ours.data[0].data(), peer.data[0].data()}}, ours.data[0].size()); };
     };
     auto rgbPlanesDiff = [&F] { return compareRgbaWithPlanes(F.rgbaScalar, F.rgbPlanesPeer, kW, kH); };
     (void)rgbaBytes;
@@ -388,24 +411,11 @@ std::vector<Conversion> buildTable() {
         Peer sws = swscalePeer("swscale", kW, kH, planar ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12, kW, kH,
                                AV_PIX_FMT_RGBA, SWS_BILINEAR | SWS_ACCURATE_RND, SWS_CS_ITU709, 0, SWS_CS_ITU709, 1,
                                in, F.rgbaPeer);
-        sws.difference = rgbaDiff(F.rgbaPeer);
+        sws.difference = packedDiff(F.rgbaScalar, F.rgbaPeer);
         c.peers.push_back(sws);
 #ifdef KRO_HAVE_LIBYUV
-        Peer yuv;
-        yuv.name = "libyuv";
-        yuv.run = [planar, &F, &in](int threads) {
-            inBands(threads, [&](int b, int n) {
-                auto ip = in.inAt(b * kH / n);
-                auto op = F.rgbaPeer.outAt(b * kH / n);
-                if (planar)  // ABGR in libyuv's naming is R, G, B, A in memory: U and V swap places
-                    libyuv::I420ToARGBMatrix(ip[0], in.strides[0], ip[2], in.strides[2], ip[1], in.strides[1], op[0],
-                                             F.rgbaPeer.strides[0], &libyuv::kYvuH709Constants, kW, kH / n);
-                else
-                    libyuv::NV12ToABGRMatrix(ip[0], in.strides[0], ip[1], in.strides[1], op[0], F.rgbaPeer.strides[0],
-                                             &libyuv::kYuvH709Constants, kW, kH / n);
-            });
-        };
-        yuv.difference = rgbaDiff(F.rgbaPeer);
+        Peer yuv = libyuvToRgba(planar, in, F.rgbaPeer, kW, kH);
+        yuv.difference = packedDiff(F.rgbaScalar, F.rgbaPeer);
         c.peers.push_back(yuv);
 #endif
 #ifdef KRO_HAVE_ZIMG
@@ -430,19 +440,8 @@ std::vector<Conversion> buildTable() {
         addOurs(c, kTiny, kTiny, kKRONV12Format, kTiny, kTiny, kKRORGBA8888Format, bt709ToRgb, F.nv12In, F.tinyScalar,
                 F.tinySimd);
 #ifdef KRO_HAVE_LIBYUV
-        Peer yuv;
-        yuv.name = "libyuv";
-        yuv.run = [&F](int threads) {
-            inBands(threads, [&](int b, int n) {
-                auto ip = F.nv12In.inAt(b * kTiny / n);
-                auto op = F.tinyPeer.outAt(b * kTiny / n);
-                libyuv::NV12ToABGRMatrix(ip[0], F.nv12In.strides[0], ip[1], F.nv12In.strides[1], op[0],
-                                         F.tinyPeer.strides[0], &libyuv::kYuvH709Constants, kTiny, kTiny / n);
-            });
-        };
-        yuv.difference = [&F] {
-            return compareBytes({{F.tinyScalar.data[0].data(), F.tinyPeer.data[0].data()}}, F.tinyScalar.data[0].size());
-        };
+        Peer yuv = libyuvToRgba(false, F.nv12In, F.tinyPeer, kTiny, kTiny);
+        yuv.difference = packedDiff(F.tinyScalar, F.tinyPeer);
         c.peers.push_back(yuv);
 #endif
         table.push_back(std::move(c));
@@ -541,9 +540,7 @@ std::vector<Conversion> buildTable() {
         c.name = "RGBA1080to720";
         addOurs(c, kW, kH, kKRORGBA8888Format, 1280, 720, kKRORGBA8888Format, rgbSame, F.rgbaIn, F.smallScalar,
                 F.smallSimd);
-        auto smallDiff = [&F] {
-            return compareBytes({{F.smallScalar.data[0].data(), F.smallPeer.data[0].data()}}, F.smallScalar.data[0].size());
-        };
+        const auto smallDiff = packedDiff(F.smallScalar, F.smallPeer);
         for (auto [flags, name] : {std::pair<int, const char*>{SWS_BILINEAR, "swscale_bilinear"}, {SWS_AREA, "swscale_area"}}) {
             Peer sws = swscalePeer(name, kW, kH, AV_PIX_FMT_RGBA, 1280, 720, AV_PIX_FMT_RGBA, flags, SWS_CS_ITU709, 1,
                                    SWS_CS_ITU709, 1, F.rgbaIn, F.smallPeer);
