@@ -135,13 +135,3 @@ D3D11Backend& d3d11Backend() {
 }  // namespace KROCOLOR
 
 #endif  // KRO_HAVE_D3D11_CONVERTOR
-
-// LeakSanitizer reads its default suppressions from this hook. lavapipe
-// keeps memory of the shader variants it compiles with LLVM (reached only
-// from JIT-compiled code, which the sanitizer does not scan) past the
-// destruction of their pipelines; those blocks are allocated inside the
-// driver and LLVM, so only stacks through them are suppressed, never memory
-// our own code allocates.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libvulkan_lvp.so\nleak:libLLVM-15.so\n";
-}
