@@ -1,19 +1,16 @@
 // The ICC engine against Little CMS (relative colorimetric, no black-point
 // compensation) on the embedded profiles and the Debian profile collections
-// (icc-profiles-free, colord-data).
+// (icc-profiles-free, colord-data). Which of the latter parse is checked in
+// icc_fast_plan_test.cpp.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <string>
 #include <vector>
 
-#include "KROColorFunctions.h"
 #include "icc/icc_engine.h"
+#include "support/icc_test_profiles.h"
 
 #ifdef KRO_HAVE_LCMS2
 #include <lcms2.h>
@@ -21,59 +18,6 @@
 
 namespace KROCOLOR {
 namespace {
-
-const int kPriorities[2] = {0, 1};
-
-std::vector<uint8_t> readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
-std::vector<std::string> debianProfiles() {
-    std::vector<std::string> paths;
-    const std::filesystem::path root("/usr/share/color/icc");
-    std::error_code ec;
-    if (!std::filesystem::exists(root, ec)) return paths;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(root, ec)) {
-        std::string ext = entry.path().extension().string();
-        std::transform(ext.begin(), ext.end(), ext.begin(), ::tolower);
-        if (entry.is_regular_file() && (ext == ".icc" || ext == ".icm")) paths.push_back(entry.path().string());
-    }
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
-
-std::string relativeName(const std::string& path) { return path.substr(std::string("/usr/share/color/icc/").size()); }
-
-// Every profile of the two collections either parses or is refused; the ones
-// refused and the rule that refuses each were read off the files' headers and
-// tag tables (see the comments).
-TEST(ICCDebianProfiles, EachParsesOrIsRefusedByItsRule) {
-    const std::vector<std::string> paths = debianProfiles();
-    if (paths.empty()) GTEST_SKIP() << "icc-profiles-free / colord-data not installed";
-    const std::map<std::string, std::string> refused = {
-        // Grey with a Lab connection space: the grey curve gives no matrix, and
-        // there is no A2B, so neither conversion route exists.
-        {"Gray-CIE_L.icc", "no A2B and no TRC + colorant matrix"},
-        // Named-colour profiles: Lab data with only a B2A0 table.
-        {"colord/Crayons.icc", "no A2B and no TRC + colorant matrix"},
-        {"colord/x11-colors.icc", "no A2B and no TRC + colorant matrix"},
-    };
-    int accepted = 0;
-    for (const std::string& path : paths) {
-        const std::vector<uint8_t> bytes = readFile(path);
-        ICCProfile profile;
-        const bool ok = parseICCProfile(bytes.data(), bytes.size(), kPriorities, 2, &profile);
-        const auto expected = refused.find(relativeName(path));
-        if (expected == refused.end()) {
-            EXPECT_TRUE(ok) << relativeName(path);
-            ++accepted;
-        } else {
-            EXPECT_FALSE(ok) << relativeName(path) << " should be refused: " << expected->second;
-        }
-    }
-    EXPECT_GT(accepted, 30);
-}
 
 #ifdef KRO_HAVE_LCMS2
 
@@ -158,7 +102,7 @@ struct Opened {
     }
     static const ICCProfile* parse(const Named& p, ICCProfile& record) {
         if (p.bytes.empty()) return nullptr;
-        EXPECT_TRUE(parseICCProfile(p.bytes.data(), p.bytes.size(), kPriorities, 2, &record)) << p.name;
+        EXPECT_TRUE(test::parseAsThePathDoes(p.bytes, &record)) << p.name;
         return &record;
     }
     cmsHPROFILE ls, ld;
@@ -239,19 +183,10 @@ int codeDifferenceOffPlateaus(const Named& src, const Named& dst) {
 // 16-bit tolerance.
 bool hasFlatEndedCurves(const std::string& name) { return name.find("CineonLog") != std::string::npos; }
 
-Named embedded(const char* name, const uint8_t* bytes, int size) {
-    return Named{name, std::vector<uint8_t>(bytes, bytes + size)};
-}
-
 std::vector<Named> referenceProfiles() {
-    std::vector<Named> v;
-    v.push_back(Named{"built-in sRGB", {}});
-    v.push_back(embedded("Display P3", KROColorFunctions::getDisplayP3ICCProfile(),
-                         KROColorFunctions::getDisplayP3ICCProfileSize()));
-    v.push_back(embedded("Adobe RGB (1998)", KROColorFunctions::getAdobeRGBICCProfile(),
-                         KROColorFunctions::getAdobeRGBICCProfileSize()));
-    const std::string prophoto = "/usr/share/color/icc/colord/ProPhotoRGB.icc";
-    if (std::filesystem::exists(prophoto)) v.push_back(Named{"ProPhoto", readFile(prophoto)});
+    std::vector<Named> v = {{"built-in sRGB", {}}, {"Display P3", test::embeddedP3()}, {"Adobe RGB (1998)", test::embeddedAdobe()}};
+    for (test::InstalledProfile& p : test::installedProfiles())
+        if (p.path == "colord/ProPhotoRGB.icc") v.push_back(Named{"ProPhoto", std::move(p.bytes)});
     return v;
 }
 
@@ -265,14 +200,14 @@ TEST(ICCOracle, ReferenceProfilesAgreeWithLittleCMS) {
 // Every RGB profile of the collections, as source into sRGB and as the
 // destination of sRGB (the latter exercises the curve and matrix inversion).
 TEST(ICCOracle, DebianRGBProfilesAgreeWithLittleCMS) {
-    const std::vector<std::string> paths = debianProfiles();
-    if (paths.empty()) GTEST_SKIP() << "icc-profiles-free / colord-data not installed";
+    std::vector<test::InstalledProfile> installed = test::installedProfiles();
+    if (installed.empty()) GTEST_SKIP() << "icc-profiles-free / colord-data not installed";
     const Named srgb{"built-in sRGB", {}};
     int compared = 0;
-    for (const std::string& path : paths) {
-        Named p{relativeName(path), readFile(path)};
+    for (test::InstalledProfile& file : installed) {
+        Named p{file.path, std::move(file.bytes)};
         ICCProfile parsed;
-        if (!parseICCProfile(p.bytes.data(), p.bytes.size(), kPriorities, 2, &parsed)) continue;
+        if (!test::parseAsThePathDoes(p.bytes, &parsed)) continue;
         if (parsed.dataColorSpace != kICCSigRGB) continue;
         expectAgreement(p, srgb);
         if (hasFlatEndedCurves(p.name)) {

@@ -3,7 +3,9 @@
 // on guard-page planes, and the two embedded profiles.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,11 +15,14 @@
 #include "fuzz/icc_profile_builder.h"
 #include "icc/icc_engine.h"
 #include "support/format_sweep.h"
+#include "support/icc_test_profiles.h"
 
 namespace KROCOLOR {
 namespace {
 
 using namespace iccbuild;
+using test::embeddedAdobe;
+using test::embeddedP3;
 
 // One ICC-mode transcode; profile vectors may be empty (sRGB).
 KROReturn transcodeICC(int sw, int sh, int32_t sf, const uint8_t* src, int srcStride, int dw, int dh, int32_t df,
@@ -32,24 +37,6 @@ KROReturn transcodeICC(int sw, int sh, int32_t sf, const uint8_t* src, int srcSt
     const int inStrides[4] = {srcStride, 0, 0, 0};
     const int outStrides[4] = {dstStride, 0, 0, 0};
     return f->transcode(in, inStrides, out, outStrides);
-}
-
-Bytes embeddedP3() {
-    const uint8_t* p = KROColorFunctions::getDisplayP3ICCProfile();
-    return Bytes(p, p + KROColorFunctions::getDisplayP3ICCProfileSize());
-}
-Bytes embeddedAdobe() {
-    const uint8_t* p = KROColorFunctions::getAdobeRGBICCProfile();
-    return Bytes(p, p + KROColorFunctions::getAdobeRGBICCProfileSize());
-}
-
-TEST(ICCPath, NoProfilesConvertSRGBToSRGBAndSetAlpha) {
-    const int w = 7, h = 13;
-    std::vector<uint8_t> src(w * h * 3), dst(w * h * 4, 0);
-    for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<uint8_t>(i * 37);
-    ASSERT_EQ(transcodeICC(w, h, kKRORGB888Format, src.data(), w * 3, w, h, kKRORGBA8888Format, dst.data(), w * 4),
-              kKROSuccess);
-    for (int i = 0; i < w * h * 4; ++i) EXPECT_NEAR(dst[i], i % 4 < 3 ? src[i / 4 * 3 + i % 4] : 255, i % 4 < 3) << i;
 }
 
 TEST(ICCPath, SwitchingToICCModeReleasesTheColourConvertor) {
@@ -118,14 +105,26 @@ Bytes cmykProfile(const std::string& description) {
                    "CMYK", "XYZ ", 0x02100000, "prtr");
 }
 
-TEST(ICCPath, RecognisesTheKnownPrintConditions) {
+// With a known print profile 255 means no ink: (255, 255, 255, 255) is
+// C x K / 255 = 255 on every channel before the profile is applied; the
+// profile then inverts it back to no ink, and its neutral table gives the
+// lattice white, half of D50 in XYZ (the table's 32768/65535 scale): linear
+// 0.5 on each sRGB channel, 188 encoded. Any other print condition reads the
+// same bytes as full ink: black.
+TEST(ICCPath, KnownPrintProfilesReadCMYKAsStoredInverted) {
+    const uint8_t noInk[4] = {255, 255, 255, 255};
     for (const char* name : {"Japan Color 2001 Coated", "US Web Coated (SWOP) v2", "Photoshop 5 Default CMYK",
-                             "Generic DeviceCMYK"}) {
-        const Bytes b = cmykProfile(name);
-        EXPECT_TRUE(isKnownCMYKPrintProfile(b.data(), static_cast<int>(b.size()))) << name;
+                             "Generic DeviceCMYK", "Coated FOGRA39"}) {
+        const bool known = std::string(name) != "Coated FOGRA39";
+        uint8_t out[4];
+        ASSERT_EQ(transcodeICC(1, 1, kKROCMYK8888Format, noInk, 4, 1, 1, kKRORGBA8888Format, out, 4, cmykProfile(name)),
+                  kKROSuccess);
+        for (int c = 0; c < 3; ++c) EXPECT_NEAR(out[c], known ? 188 : 0, known ? 2 : 0) << name << " " << c;
+        EXPECT_EQ(out[3], 255);
     }
-    const Bytes other = cmykProfile("Coated FOGRA39");
-    EXPECT_FALSE(isKnownCMYKPrintProfile(other.data(), static_cast<int>(other.size())));
+}
+
+TEST(ICCPath, OnlyCMYKProfilesWithAReadableDescriptionAreKnownPrintProfiles) {
     const Bytes adobe = embeddedAdobe();  // an RGB profile is never a print profile
     EXPECT_FALSE(isKnownCMYKPrintProfile(adobe.data(), static_cast<int>(adobe.size())));
     // A 'desc' whose ASCII count runs past the end is skipped, not read.
@@ -133,26 +132,6 @@ TEST(ICCPath, RecognisesTheKnownPrintConditions) {
     const size_t descAt = 132 + 2 * 12;
     set32(truncated, descAt + 8, 0x7fffffff);
     EXPECT_FALSE(isKnownCMYKPrintProfile(truncated.data(), static_cast<int>(truncated.size())));
-}
-
-TEST(ICCPath, KnownPrintProfileReadsCMYKAsStoredInverted) {
-    // With a known print profile 255 means no ink: (255, 255, 255, 255) is
-    // C x K / 255 = 255 on every channel before the profile is applied; the
-    // profile then inverts it back to no ink, and its neutral table gives the
-    // lattice white, half of D50 in XYZ (the table's 32768/65535 scale).
-    const Bytes cmyk = cmykProfile("US Web Coated (SWOP) v2");
-    const uint8_t noInk[4] = {255, 255, 255, 255};
-    uint8_t out[4];
-    ASSERT_EQ(transcodeICC(1, 1, kKROCMYK8888Format, noInk, 4, 1, 1, kKRORGBA8888Format, out, 4, cmyk),
-              kKROSuccess);
-    // Half of D50 white in sRGB: linear 0.5 on each channel, 188 encoded.
-    for (int c = 0; c < 3; ++c) EXPECT_NEAR(out[c], 188, 2) << c;
-    EXPECT_EQ(out[3], 255);
-    // Without recognition the same bytes are full ink: black.
-    const Bytes unknown = cmykProfile("Coated FOGRA39");
-    ASSERT_EQ(transcodeICC(1, 1, kKROCMYK8888Format, noInk, 4, 1, 1, kKRORGBA8888Format, out, 4, unknown),
-              kKROSuccess);
-    for (int c = 0; c < 3; ++c) EXPECT_EQ(out[c], 0) << c;
 }
 
 TEST(ICCPath, BandsOfATallImage) {
@@ -182,15 +161,15 @@ const ICCFormat kICCFormats[] = {{kKRORGB888Format, kICCPixelFormatRGB888, 3},
 class ICCPathSweep : public ::testing::TestWithParam<ICCFormat> {};
 
 // Every source (CMYK included) into every destination layout at the awkward
-// sizes, same size and resized, with planes against a guard page. At the
-// same size, banded or not, every row equals one engine run over that row
+// sizes, same size and resized, with planes against a guard page, into
+// Display P3 or, every other case, with no profiles at all (sRGB to sRGB). At
+// the same size, banded or not, every row equals one engine run over that row
 // and row padding stays untouched.
 TEST_P(ICCPathSweep, EveryDestinationAtAwkwardSizes) {
     const ICCFormat& sf = GetParam();
     const Bytes p3 = embeddedP3();
     ICCProfile parsed;
-    const int priorities[2] = {0, 1};
-    ASSERT_TRUE(parseICCProfile(p3.data(), p3.size(), priorities, 2, &parsed));
+    ASSERT_TRUE(test::parseAsThePathDoes(p3, &parsed));
     unsigned i = 0;
     for (const ICCFormat& df : kICCFormats)
         for (const test::FrameSize& size : test::kAwkwardSizes)
@@ -202,14 +181,15 @@ TEST_P(ICCPathSweep, EveryDestinationAtAwkwardSizes) {
                     dst(size_t(dstStride) * dh, test::guardPlacement(i / 2));
                 for (size_t k = 0; k < src.size(); ++k) src.data()[k] = static_cast<uint8_t>(k * 131 + i);
                 std::memset(dst.data(), 0x5A, dst.size());
-                SCOPED_TRACE(::testing::Message() << sf.format << " " << w << "x" << h << " -> " << df.format << " " << dw << "x" << dh);
-                ASSERT_EQ(transcodeICC(w, h, sf.format, src.data(), srcStride, dw, dh, df.format, dst.data(), dstStride, {}, p3),
+                const bool toP3 = (i / 2) % 2 == 0;  // i is odd at the same size
+                SCOPED_TRACE(::testing::Message() << sf.format << " " << w << "x" << h << " -> " << df.format << " " << dw << "x" << dh << (toP3 ? " P3" : ""));
+                ASSERT_EQ(transcodeICC(w, h, sf.format, src.data(), srcStride, dw, dh, df.format, dst.data(), dstStride, {}, toP3 ? p3 : Bytes{}),
                           kKROSuccess);
                 if (resized || sf.format == kKROCMYK8888Format) continue;
                 std::vector<uint8_t> row(size_t(w) * df.bytesPerPixel);
                 for (int y = 0; y < h; ++y) {
                     ASSERT_TRUE(transformICC(src.data() + y * srcStride, sf.layout, kICCAlphaUnpremultiplied, nullptr, row.data(),
-                                             df.layout, kICCAlphaUnpremultiplied, &parsed, w));
+                                             df.layout, kICCAlphaUnpremultiplied, toP3 ? &parsed : nullptr, w));
                     const uint8_t* out = dst.data() + y * dstStride;
                     ASSERT_EQ(std::memcmp(row.data(), out, row.size()), 0) << "row " << y;
                     for (int x = int(row.size()); x < dstStride; ++x) ASSERT_EQ(out[x], 0x5A);
@@ -249,65 +229,70 @@ struct EmbeddedCase {
     size_t size;
     uint32_t version;
     std::vector<std::string> tags;
-    double colorants[3][3];  // red, green, blue XYZ
+    std::vector<std::pair<std::string, std::array<double, 3>>> xyzTags;  // as published
+    bool sharedCurves;                                                   // gTRC and bTRC must point where rTRC does
+    ICCTransferFunction curve;                                           // of every channel
+    float curveTolerance;
 };
+
+void PrintTo(const EmbeddedCase& e, std::ostream* os) { *os << e.name; }
 
 class ICCEmbedded : public ::testing::TestWithParam<EmbeddedCase> {};
 
-TEST_P(ICCEmbedded, HeaderTagsAndColorants) {
+TEST_P(ICCEmbedded, HeaderTagsValuesAndCurves) {
     const EmbeddedCase& e = GetParam();
     const Bytes b = e.bytes();
     ASSERT_EQ(b.size(), e.size);
     EXPECT_EQ(be32(&b[0]), e.size);
     EXPECT_EQ(be32(&b[8]), e.version);
     EXPECT_EQ(std::string(b.begin() + 12, b.begin() + 24), "mntrRGB XYZ ");
-    EXPECT_EQ(std::string(b.begin() + 36, b.begin() + 40), "acsp");
     ASSERT_EQ(be32(&b[128]), e.tags.size());
+    std::map<std::string, uint32_t> offsets;
     for (size_t i = 0; i < e.tags.size(); ++i) {
         EXPECT_EQ(std::string(b.begin() + 132 + 12 * i, b.begin() + 136 + 12 * i), e.tags[i]) << i;
-        EXPECT_LE(be32(&b[136 + 12 * i]) + be32(&b[140 + 12 * i]), e.size);
+        offsets[e.tags[i]] = be32(&b[136 + 12 * i]);
     }
-    const char* colorantTags[3] = {"rXYZ", "gXYZ", "bXYZ"};
-    for (int c = 0; c < 3; ++c)
-        for (size_t i = 0; i < e.tags.size(); ++i)
-            if (e.tags[i] == colorantTags[c]) {
-                const uint8_t* tag = &b[be32(&b[136 + 12 * i])];
-                for (int k = 0; k < 3; ++k) EXPECT_NEAR(fixed(tag + 8 + 4 * k), e.colorants[c][k], 1.0 / 65536) << c;
-            }
-    // Parsing and use on either side are compared with Little CMS in icc_oracle_test.
+    for (const auto& tag : e.xyzTags)
+        for (int k = 0; k < 3; ++k)
+            EXPECT_NEAR(fixed(&b[offsets[tag.first] + 8 + 4 * k]), tag.second[size_t(k)], 1.0 / 65536) << tag.first;
+    EXPECT_TRUE(!e.sharedCurves || (offsets["gTRC"] == offsets["rTRC"] && offsets["bTRC"] == offsets["rTRC"]));
+    ICCProfile p;
+    ASSERT_TRUE(test::parseAsThePathDoes(b, &p));
+    const ICCTransferFunction& x = e.curve;
+    for (const ICCCurve& c : p.trc) {
+        const ICCTransferFunction& t = c.parametric;
+        const float got[7] = {t.g, t.a, t.b, t.c, t.d, t.e, t.f}, want[7] = {x.g, x.a, x.b, x.c, x.d, x.e, x.f};
+        for (int k = 0; k < 7; ++k) EXPECT_NEAR(got[k], want[k], e.curveTolerance) << k;
+    }
+    // Conversions with either profile on either side are compared with Little CMS in icc_oracle_test.
 }
 
 const EmbeddedCase kEmbedded[] = {
     {"DisplayP3", embeddedP3, 536, 0x04000000,
      {"desc", "cprt", "wtpt", "rXYZ", "gXYZ", "bXYZ", "rTRC", "chad", "bTRC", "gTRC"},
-     {{0.515121, 0.241196, -0.001053}, {0.291977, 0.692245, 0.041885}, {0.157104, 0.066574, 0.784073}}},
+     {{"rXYZ", {0.515121, 0.241196, -0.001053}},
+      {"gXYZ", {0.291977, 0.692245, 0.041885}},
+      {"bXYZ", {0.157104, 0.066574, 0.784073}},
+      {"wtpt", {0.9642, 1.0, 0.8249}}},
+     true,
+     {2.4f, 1 / 1.055f, 0.055f / 1.055f, 1 / 12.92f, 0.04045f, 0, 0},
+     1e-4f},
     {"AdobeRGB1998", embeddedAdobe, 560, 0x02100000,
      {"cprt", "desc", "wtpt", "bkpt", "rTRC", "gTRC", "bTRC", "rXYZ", "gXYZ", "bXYZ"},
-     {{0.609741, 0.311111, 0.01947}, {0.205276, 0.625671, 0.060867}, {0.149185, 0.063217, 0.744568}}},
+     {{"rXYZ", {0.609741, 0.311111, 0.01947}},
+      {"gXYZ", {0.205276, 0.625671, 0.060867}},
+      {"bXYZ", {0.149185, 0.063217, 0.744568}},
+      {"wtpt", {0.950455, 1.0, 1.08905}},
+      {"bkpt", {0, 0, 0}}},
+     false,
+     {2.19921875f, 1, 0, 0, 0, 0, 0},  // one-entry curv: 563/256
+     0},
 };
 
 INSTANTIATE_TEST_SUITE_P(Profiles, ICCEmbedded, ::testing::ValuesIn(kEmbedded),
                          [](const ::testing::TestParamInfo<EmbeddedCase>& info) { return std::string(info.param.name); });
 
-TEST(ICCEmbedded, CurvesAreTheSRGBParaAndTheAdobeGamma) {
-    ICCProfile p3, adobe;
-    const int priorities[2] = {0, 1};
-    const Bytes p3Bytes = embeddedP3(), adobeBytes = embeddedAdobe();
-    ASSERT_TRUE(parseICCProfile(p3Bytes.data(), p3Bytes.size(), priorities, 2, &p3));
-    ASSERT_TRUE(parseICCProfile(adobeBytes.data(), adobeBytes.size(), priorities, 2, &adobe));
-    for (int c = 0; c < 3; ++c) {
-        EXPECT_NEAR(p3.trc[c].parametric.g, 2.4, 1e-4);
-        EXPECT_NEAR(p3.trc[c].parametric.d, 0.04045, 1e-4);
-        EXPECT_NEAR(p3.trc[c].parametric.c, 1 / 12.92, 1e-4);
-        EXPECT_EQ(adobe.trc[c].parametric.g, 2.19921875f);
-    }
-    // Shared curve data: gTRC and bTRC point where rTRC does.
-    EXPECT_EQ(be32(&p3Bytes[132 + 6 * 12 + 4]), be32(&p3Bytes[132 + 8 * 12 + 4]));
-    EXPECT_EQ(be32(&p3Bytes[132 + 6 * 12 + 4]), be32(&p3Bytes[132 + 9 * 12 + 4]));
-    // Adobe's white point and black point as published.
-    EXPECT_NEAR(fixed(&adobeBytes[be32(&adobeBytes[132 + 2 * 12 + 4]) + 8]), 0.950455, 1.0 / 65536);
-    EXPECT_NEAR(fixed(&adobeBytes[be32(&adobeBytes[132 + 2 * 12 + 4]) + 16]), 1.08905, 1.0 / 65536);
-    EXPECT_EQ(fixed(&adobeBytes[be32(&adobeBytes[132 + 3 * 12 + 4]) + 8]), 0.0);
+TEST(ICCEmbedded, NoSRGBBytesAreEmbedded) {
     EXPECT_EQ(KROColorFunctions::getSRGBICCProfile(), nullptr);
     EXPECT_EQ(KROColorFunctions::getSRGBICCProfileSize(), 0);
 }

@@ -133,14 +133,17 @@ inline Bytes profile(const std::vector<Tag>& tags, const char* colorSpace = "RGB
     return b;
 }
 
-// A matrix/TRC RGB profile with sRGB-like colorants and the given curve.
-inline Bytes matrixProfile(const Bytes& curve) {
-    return profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
-                    {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
-                    {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
-                    {"rTRC", curve},
-                    {"gTRC", {}, 3},
-                    {"bTRC", {}, 3}});
+// A matrix/TRC RGB profile with sRGB-like colorants and the given curve,
+// followed by any `extra` tags.
+inline Bytes matrixProfile(const Bytes& curve, const std::vector<Tag>& extra = {}) {
+    std::vector<Tag> tags = {{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
+                             {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
+                             {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
+                             {"rTRC", curve},
+                             {"gTRC", {}, 3},
+                             {"bTRC", {}, 3}};
+    tags.insert(tags.end(), extra.begin(), extra.end());
+    return profile(tags);
 }
 
 }  // namespace iccbuild

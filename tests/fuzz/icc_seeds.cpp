@@ -37,13 +37,7 @@ int main(int argc, char** argv) {
     };
     Bytes cicp = element("cicp");  // BT.2020 primaries, PQ, full range
     cicp.insert(cicp.end(), {9, 16, 0, 1});
-    seeds.emplace_back("cicp", profile({{"rXYZ", xyz(0.4361, 0.2225, 0.0139)},
-                                        {"gXYZ", xyz(0.3851, 0.7169, 0.0971)},
-                                        {"bXYZ", xyz(0.1431, 0.0606, 0.7141)},
-                                        {"rTRC", para(0, {1.0})},
-                                        {"gTRC", {}, 3},
-                                        {"bTRC", {}, 3},
-                                        {"cicp", cicp}}));
+    seeds.emplace_back("cicp", matrixProfile(para(0, {1.0}), {{"cicp", cicp}}));
 
     for (const auto& seed : seeds) {
         const std::string path = std::string(argv[1]) + "/generated-" + seed.first + ".icc";
