@@ -326,12 +326,12 @@ const PixelCase kPixelCases[] = {
     {"8-bit RGB to big-endian BGR", kICCPixelFormatRGB888, kICCAlphaOpaque, kICCPixelFormatBGR161616BE,
      kICCAlphaOpaque, 1, {1, 128, 255}, {0xFF, 0xFF, 0x80, 0x80, 0x01, 0x01}},
     {"opaque", kICCPixelFormatRGBA8888, kICCAlphaOpaque, kICCPixelFormatRGBA8888, kICCAlphaOpaque, 2,
-     {100, 50, 0, 128, 200, 200, 200, 0}, {100, 50, 0, 255, 200, 200, 200, 255}},
+     {100, 50, 20, 128, 200, 200, 200, 0}, {100, 50, 20, 255, 200, 200, 200, 255}},
     {"premultiplied both sides", kICCPixelFormatRGBA8888, kICCAlphaPremultiplied, kICCPixelFormatRGBA8888,
-     kICCAlphaPremultiplied, 2, {100, 50, 0, 128, 200, 200, 200, 0}, {100, 50, 0, 128, 0, 0, 0, 0}},
-    // 100 / (128/255) = 199.2, 50 / (128/255) = 99.6
+     kICCAlphaPremultiplied, 2, {100, 50, 20, 128, 200, 200, 200, 0}, {100, 50, 20, 128, 0, 0, 0, 0}},
+    // 100 / (128/255) = 199.2, 50 / (128/255) = 99.6, 20 / (128/255) = 39.8
     {"premultiplied to unpremultiplied", kICCPixelFormatRGBA8888, kICCAlphaPremultiplied, kICCPixelFormatRGBA8888,
-     kICCAlphaUnpremultiplied, 1, {100, 50, 0, 128}, {199, 100, 0, 128}},
+     kICCAlphaUnpremultiplied, 2, {100, 50, 20, 128, 200, 200, 200, 0}, {199, 100, 40, 128, 0, 0, 0, 0}},
 };
 
 TEST(ICCTransform, PixelStagesWithoutProfiles) {
