@@ -15,14 +15,13 @@
 #include "fuzz/icc_profile_builder.h"
 #include "icc/icc_engine.h"
 #include "support/format_sweep.h"
+#include "support/frame_buffers.h"
 #include "support/icc_test_profiles.h"
 
 namespace KROCOLOR {
 namespace {
 
 using namespace iccbuild;
-using test::embeddedAdobe;
-using test::embeddedP3;
 
 // One ICC-mode transcode; profile vectors may be empty (sRGB).
 KROReturn transcodeICC(int sw, int sh, int32_t sf, const uint8_t* src, int srcStride, int dw, int dh, int32_t df,
@@ -40,15 +39,12 @@ KROReturn transcodeICC(int sw, int sh, int32_t sf, const uint8_t* src, int srcSt
 }
 
 TEST(ICCPath, SwitchingToICCModeReleasesTheColourConvertor) {
-    std::vector<uint8_t> src(4 * 4 * 4, 9), dst(4 * 4 * 4);
-    const uint8_t* in[] = {src.data()};
-    uint8_t* out[] = {dst.data()};
-    const int strides[] = {16};
+    test::FrameBuffers src(kKRORGBA8888Format, 4, 4), dst(kKRORGBA8888Format, 4, 4);
     std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, kKRORGBA8888Format, 4, 4, kKRORGBA8888Format));
-    ASSERT_EQ(f->transcode(in, strides, out, strides), kKROSuccess);
+    ASSERT_EQ(f->transcode(src.srcPlanes(), src.strides(), dst.dstPlanes(), dst.strides()), kKROSuccess);
     ASSERT_NE(f->convertor, nullptr);
     f->setType(kKROProfileTypeICC);
-    EXPECT_EQ(f->transcode(in, strides, out, strides), kKROSuccess);
+    EXPECT_EQ(f->transcode(src.srcPlanes(), src.strides(), dst.dstPlanes(), dst.strides()), kKROSuccess);
     EXPECT_EQ(f->convertor, nullptr);
 }
 
@@ -64,7 +60,7 @@ class ICCPathRefusal : public ::testing::TestWithParam<Refusal> {};
 TEST_P(ICCPathRefusal, RefusesAndWritesNothing) {
     const Refusal& r = GetParam();
     std::vector<uint8_t> src(16 * 16 * 8, 0x40), dst(16 * 16 * 8, 0xEE);
-    const Bytes adobe = embeddedAdobe();
+    const Bytes adobe = test::embeddedAdobe();
     Bytes srcProfile, dstProfile;
     if (r.srcProfileBytes) srcProfile.assign(adobe.begin(), adobe.begin() + static_cast<ptrdiff_t>(r.srcProfileBytes));
     if (r.dstProfileBytes) dstProfile.assign(adobe.begin(), adobe.begin() + static_cast<ptrdiff_t>(r.dstProfileBytes));
@@ -125,7 +121,7 @@ TEST(ICCPath, KnownPrintProfilesReadCMYKAsStoredInverted) {
 }
 
 TEST(ICCPath, OnlyCMYKProfilesWithAReadableDescriptionAreKnownPrintProfiles) {
-    const Bytes adobe = embeddedAdobe();  // an RGB profile is never a print profile
+    const Bytes adobe = test::embeddedAdobe();  // an RGB profile is never a print profile
     EXPECT_FALSE(isKnownCMYKPrintProfile(adobe.data(), static_cast<int>(adobe.size())));
     // A 'desc' whose ASCII count runs past the end is skipped, not read.
     Bytes truncated = cmykProfile("US Web Coated");
@@ -160,7 +156,7 @@ class ICCPathSweep : public ::testing::TestWithParam<ICCFormat> {};
 // sources are padded by an even number of bytes.)
 TEST_P(ICCPathSweep, EveryDestinationAtAwkwardSizes) {
     const ICCFormat& sf = GetParam();
-    const Bytes p3 = embeddedP3();
+    const Bytes p3 = test::embeddedP3();
     ICCProfile parsed;
     ASSERT_TRUE(test::parseAsThePathDoes(p3, &parsed));
     unsigned i = 0;
@@ -246,7 +242,7 @@ TEST_P(ICCEmbedded, HeaderTagsValuesAndCurves) {
 }
 
 const EmbeddedCase kEmbedded[] = {
-    {"DisplayP3", embeddedP3, 536, 0x04000000,
+    {"DisplayP3", test::embeddedP3, 536, 0x04000000,
      {"desc", "cprt", "wtpt", "rXYZ", "gXYZ", "bXYZ", "rTRC", "chad", "bTRC", "gTRC"},
      {{"rXYZ", {0.515121, 0.241196, -0.001053}},
       {"gXYZ", {0.291977, 0.692245, 0.041885}},
@@ -255,7 +251,7 @@ const EmbeddedCase kEmbedded[] = {
      true,
      {2.4f, 1 / 1.055f, 0.055f / 1.055f, 1 / 12.92f, 0.04045f, 0, 0},
      1e-4f},
-    {"AdobeRGB1998", embeddedAdobe, 560, 0x02100000,
+    {"AdobeRGB1998", test::embeddedAdobe, 560, 0x02100000,
      {"cprt", "desc", "wtpt", "bkpt", "rTRC", "gTRC", "bTRC", "rXYZ", "gXYZ", "bXYZ"},
      {{"rXYZ", {0.609741, 0.311111, 0.01947}},
       {"gXYZ", {0.205276, 0.625671, 0.060867}},
