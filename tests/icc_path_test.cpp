@@ -121,8 +121,9 @@ TEST(ICCPath, KnownPrintProfilesReadCMYKAsStoredInverted) {
 }
 
 TEST(ICCPath, OnlyCMYKProfilesWithAReadableDescriptionAreKnownPrintProfiles) {
-    const Bytes adobe = test::embeddedAdobe();  // an RGB profile is never a print profile
-    EXPECT_FALSE(isKnownCMYKPrintProfile(adobe.data(), static_cast<int>(adobe.size())));
+    // An RGB profile is never a print profile, whatever its description.
+    const Bytes rgb = matrixProfile(curvGamma(0x0233), {{"desc", textDesc("US Web Coated (SWOP) v2")}});
+    EXPECT_FALSE(isKnownCMYKPrintProfile(rgb.data(), static_cast<int>(rgb.size())));
     // A 'desc' whose ASCII count runs past the end is skipped, not read.
     Bytes truncated = cmykProfile("US Web Coated");
     const size_t descAt = 132 + 2 * 12;
