@@ -87,11 +87,18 @@ const Mutation kMutations[] = {
     {"curve of an unknown type", [](Bytes& b) { std::memcpy(&b[b[132 + 36 + 6] * 256 + b[132 + 36 + 7]], "curw", 4); }, false},
     // The unused 20-byte element ends the profile; one byte more reaches past it.
     {"unused tag beyond the declared size", [](Bytes& b) { set32(b, 132 + 12 * 6 + 8, 21); }, false},
-    {"TRC without colorants or A2B", [](Bytes& b) { b = profile({{"rTRC", curvGamma(0x0100)}, {"gTRC", {}, 0}, {"bTRC", {}, 0}}); }, false},
+    {"TRC without colorants or A2B",
+     [](Bytes& b) { b = profile({{"rTRC", curvGamma(0x0100)}, {"gTRC", {}, 0}, {"bTRC", {}, 0}}); }, false},
     {"TRC without colorants, with an A2B",
-     [](Bytes& b) { b = profile({{"rTRC", curvGamma(0x0100)}, {"gTRC", {}, 0}, {"bTRC", {}, 0}, {"A2B0", identityA2B()}}); }, true},
-    {"grey with a Lab connection space", [](Bytes& b) { b = profile({{"kTRC", curvGamma(0x0200)}}, "GRAY", "Lab "); }, false},
-    {"cicp of 10 bytes", [](Bytes& b) { b = matrixProfile(curvGamma(0x0233), {{"cicp", Bytes{'c', 'i', 'c', 'p', 0, 0, 0, 0, 9, 16}}}); }, false},
+     [](Bytes& b) {
+         b = profile({{"rTRC", curvGamma(0x0100)}, {"gTRC", {}, 0}, {"bTRC", {}, 0}, {"A2B0", identityA2B()}});
+     },
+     true},
+    {"grey with a Lab connection space",
+     [](Bytes& b) { b = profile({{"kTRC", curvGamma(0x0200)}}, "GRAY", "Lab "); }, false},
+    {"cicp of 10 bytes",
+     [](Bytes& b) { b = matrixProfile(curvGamma(0x0233), {{"cicp", Bytes{'c', 'i', 'c', 'p', 0, 0, 0, 0, 9, 16}}}); },
+     false},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rules, ICCAcceptance, ::testing::ValuesIn(kMutations),

@@ -129,7 +129,9 @@ TEST_P(ICCFastPlan, MatchesThePlainPlanByteForByte) {
 INSTANTIATE_TEST_SUITE_P(Profiles, ICCFastPlan, ::testing::ValuesIn(profileCases()),
                          [](const ::testing::TestParamInfo<ProfileCase>& info) {
                              std::string name = info.param.name.substr(0, info.param.name.rfind('.'));
-                             std::replace_if(name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+                             std::replace_if(
+                                 name.begin(), name.end(),
+                                 [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
                              return name;
                          });
 

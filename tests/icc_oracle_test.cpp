@@ -160,7 +160,8 @@ void acceptCodesOnPlateaus(cmsHPROFILE dst, std::vector<T>& ours, const std::vec
         ASSERT_TRUE(curve);
         for (size_t i = c; i < ours.size(); i += 3) {
             const int a = cmsEvalToneCurve16(curve, cmsUInt16Number(ours[i] * scale));
-            if (std::abs(a - cmsEvalToneCurve16(curve, cmsUInt16Number(theirs[i] * scale))) <= kTolerance16) ours[i] = theirs[i];
+            const int b = cmsEvalToneCurve16(curve, cmsUInt16Number(theirs[i] * scale));
+            if (std::abs(a - b) <= kTolerance16) ours[i] = theirs[i];
         }
     }
 }
@@ -182,7 +183,8 @@ void expectAgreement(const Named& src, const Named& dst) {
 }
 
 std::vector<Named> referenceProfiles() {
-    std::vector<Named> v = {{"built-in sRGB", {}}, {"Display P3", test::embeddedP3()}, {"Adobe RGB (1998)", test::embeddedAdobe()}};
+    std::vector<Named> v = {
+        {"built-in sRGB", {}}, {"Display P3", test::embeddedP3()}, {"Adobe RGB (1998)", test::embeddedAdobe()}};
     for (test::InstalledProfile& p : test::installedProfiles())
         if (p.path == "colord/ProPhotoRGB.icc") v.push_back(Named{"ProPhoto", std::move(p.bytes)});
     return v;

@@ -169,7 +169,8 @@ TEST_P(ICCPathSweep, EveryDestinationAtAwkwardSizes) {
                 const int srcStride = w * sf.bytesPerPixel + (i % 3 == 0 ? (resized ? 6 : 5) : 0), dstStride = dw * df.bytesPerPixel + 3 * (i % 2);
                 test::GuardedBlock src(size_t(srcStride) * h, test::guardPlacement(i)),
                     dst(size_t(dstStride) * dh, test::guardPlacement(i / 2));
-                for (size_t k = 0; k < src.size(); ++k) src.data()[k] = static_cast<uint8_t>((resized ? k % srcStride % sf.bytesPerPixel : k) * 131 + i);
+                for (size_t k = 0; k < src.size(); ++k)
+                    src.data()[k] = static_cast<uint8_t>((resized ? k % srcStride % sf.bytesPerPixel : k) * 131 + i);
                 std::memset(dst.data(), 0x5A, dst.size());
                 const bool toP3 = (i / 2) % 2 == 0;  // i is odd at the same size
                 SCOPED_TRACE(::testing::Message() << sf.format << " " << w << "x" << h << " -> " << df.format << " " << dw << "x" << dh << (toP3 ? " P3" : ""));
@@ -180,7 +181,8 @@ TEST_P(ICCPathSweep, EveryDestinationAtAwkwardSizes) {
                 for (int y = 0; y < dh; ++y) {
                     ASSERT_TRUE(transformICC(src.data() + (resized ? 0 : y * srcStride), sf.layout, kICCAlphaUnpremultiplied, nullptr, row.data(),
                                              df.layout, kICCAlphaUnpremultiplied, toP3 ? &parsed : nullptr, resized ? 1 : w));
-                    for (int x = 1; resized && x < dw; ++x) std::memcpy(&row[size_t(x) * df.bytesPerPixel], row.data(), df.bytesPerPixel);
+                    for (int x = 1; resized && x < dw; ++x)
+                        std::memcpy(&row[size_t(x) * df.bytesPerPixel], row.data(), df.bytesPerPixel);
                     const uint8_t* out = dst.data() + y * dstStride;
                     ASSERT_EQ(std::memcmp(row.data(), out, row.size()), 0) << "row " << y;
                     for (int x = int(row.size()); x < dstStride; ++x) ASSERT_EQ(out[x], 0x5A);
