@@ -441,24 +441,20 @@ TEST_F(D3D11Helpers, SharedTexturesAcrossDevices) {
 
 namespace {
 
-// A program of the tests' own: known values into an RGBA texture and both
-// planes of an NV12 texture; blue adds a load from outside the source
-// texture, which must read as zero.
+// A program of the tests' own: known values into an RGBA texture; blue adds
+// a load from outside the source texture, which must read as zero. (The
+// planes of NV12 and P010 targets are written by the convertor's program,
+// whose format pairs cover them.)
 const char kFillProgram[] = R"(
 cbuffer Params : register(b0) { int width; int height; int seed; int pad; };
 Texture2D<float4> g_source : register(t0);
 RWTexture2D<unorm float4> g_rgba : register(u0);
-RWTexture2D<unorm float> g_luma : register(u1);
-RWTexture2D<unorm float2> g_chroma : register(u2);
 [numthreads(8, 4, 1)]
 void kroTestFill(uint3 id : SV_DispatchThreadID) {
     if (id.x >= (uint)width || id.y >= (uint)height) return;
     float4 s = g_source[id.xy];
     float4 outside = g_source[uint2(id.x + (uint)width, id.y)];
     g_rgba[id.xy] = float4(((id.x * 7 + id.y + (uint)seed) % 256) / 255.0, s.g, s.b + outside.r, 1.0);
-    g_luma[id.xy] = ((id.x + 3 * id.y) % 256) / 255.0;
-    if ((id.x % 2) == 0 && (id.y % 2) == 0)
-        g_chroma[id.xy / 2] = float2((id.x / 2) / 255.0, (id.y / 2 + 100) / 255.0);
 }
 )";
 
@@ -469,67 +465,57 @@ TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
     ID3D11ComputeShader* shader = nullptr;
     ASSERT_TRUE(KRODirectX::createID3D11ComputeShader(manager_, kFillProgram, sizeof(kFillProgram) - 1, "kroTestFill",
                                                       &shader));
-    ID3D11Texture2D* t[5] = {};  // source, RGBA, NV12, then staging textures for RGBA and NV12
-    for (int i = 0; i < 5; ++i) {
-        const DXGI_FORMAT format = i == 2 || i == 4 ? DXGI_FORMAT_NV12 : DXGI_FORMAT_R8G8B8A8_UNORM;
-        t[i] = i < 3 ? KRODirectX::createID3D11Texture2D(manager_, width, height, format)
-                     : KRODirectX::createStagingID3D11Texture2D(manager_, width, height, format);
+    ID3D11Texture2D* t[3] = {};  // source, target, staging
+    for (int i = 0; i < 3; ++i) {
+        t[i] = i < 2 ? KRODirectX::createID3D11Texture2D(manager_, width, height, DXGI_FORMAT_R8G8B8A8_UNORM)
+                     : KRODirectX::createStagingID3D11Texture2D(manager_, width, height, DXGI_FORMAT_R8G8B8A8_UNORM);
         ASSERT_NE(t[i], nullptr);
     }
-    std::vector<unsigned char> source(size_t(width) * height * 4), rgba(source.size()), nv12(size_t(width) * height * 3 / 2);
+    std::vector<unsigned char> source(size_t(width) * height * 4), rgba(source.size());
     for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i * 13 + 1);
-    ASSERT_TRUE(KRODirectX::writeDataToStagingID3D11Texture2D(manager_, t[3], 0, source.data(), width * 4, width, height));
-    ASSERT_TRUE(KRODirectX::writeDataToID3D11Texture2D(manager_, t[3], 0, t[0], 0));
+    ASSERT_TRUE(KRODirectX::writeDataToStagingID3D11Texture2D(manager_, t[2], 0, source.data(), width * 4, width, height));
+    ASSERT_TRUE(KRODirectX::writeDataToID3D11Texture2D(manager_, t[2], 0, t[0], 0));
 
     ID3D11ShaderResourceView* srv[2] = {};
-    ID3D11UnorderedAccessView* rgbaViews[2] = {};
-    ID3D11UnorderedAccessView* nv12Views[2] = {};
+    ID3D11UnorderedAccessView* uav[2] = {};
     ASSERT_TRUE(KRODirectX::createID3D11ShaderResourceView(manager_, t[0], 0, srv));
-    ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, t[1], 0, rgbaViews));
-    ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, t[2], 0, nv12Views));
+    ASSERT_TRUE(KRODirectX::createID3D11UnorderedAccessView(manager_, t[1], 0, uav));
     ID3D11DeviceContext* context = manager_->context;
-    // Runs the program with `seed`, reads both textures back and checks them.
-    auto runAndCheck = [&](int seed, ID3D11ShaderResourceView* const* textures, ID3D11UnorderedAccessView* const* uavs,
-                           bool withSource) {
+    // Runs the program with `seed`, reads the target back and checks it
+    // against what the program wrote with `written`.
+    auto runAndCheck = [&](int seed, ID3D11ShaderResourceView* texture, ID3D11UnorderedAccessView* target,
+                           int written, bool withSource) {
         int32_t params[4] = {width, height, seed, 0};
         ID3D11Buffer* constants = nullptr;
         ASSERT_TRUE(KRODirectX::createBuffer(manager_, params, sizeof(params), &constants));
         context->CSSetShader(shader, nullptr, 0);
-        context->CSSetShaderResources(0, 2, textures);
-        context->CSSetUnorderedAccessViews(0, 3, uavs, nullptr);
+        context->CSSetShaderResources(0, 1, &texture);
+        context->CSSetUnorderedAccessViews(0, 1, &target, nullptr);
         context->CSSetConstantBuffers(0, 1, &constants);
         context->Dispatch((width + 7) / 8, (height + 3) / 4, 1);
         // The buffer can go at once: the recorded work keeps what it uses.
         constants->Release();
         EXPECT_TRUE(finish());
-        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, t[1], 0, t[3], 0));
-        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, t[2], 0, t[4], 0));
-        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, rgba.data(), width * 4, width, height, t[3], 0));
-        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, nv12.data(), width, width, height, t[4], 0));
+        ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, t[1], 0, t[2], 0));
+        ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, rgba.data(), width * 4, width, height, t[2], 0));
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 const size_t i = (size_t(y) * width + x) * 4;
-                const int want[5] = {(x * 7 + y + seed) % 256, withSource ? source[i + 1] : 0,
-                                     withSource ? source[i + 2] : 0, 255, (x + 3 * y) % 256};
-                const int got[5] = {rgba[i], rgba[i + 1], rgba[i + 2], rgba[i + 3], nv12[size_t(y) * width + x]};
-                for (int k = 0; k < 5; ++k) ASSERT_EQ(got[k], want[k]) << x << "," << y << " component " << k;
-                const size_t c = size_t(height + y / 2) * width + x / 2 * 2;  // chroma of the block
-                ASSERT_EQ(nv12[c], x / 2) << x << "," << y;
-                ASSERT_EQ(nv12[c + 1], y / 2 + 100) << x << "," << y;
+                const int want[4] = {(x * 7 + y + written) % 256, withSource ? source[i + 1] : 0,
+                                     withSource ? source[i + 2] : 0, 255};
+                for (int k = 0; k < 4; ++k) ASSERT_EQ(rgba[i + k], want[k]) << x << "," << y << " component " << k;
             }
     };
 
-    ID3D11UnorderedAccessView* all[3] = {rgbaViews[0], nv12Views[0], nv12Views[1]};
-    runAndCheck(5, srv, all, true);
-    // Empty slots: the texture reads as zeros, the NV12 stores are dropped
-    // (the planes keep the first run's values).
-    ID3D11ShaderResourceView* noTextures[2] = {};
-    ID3D11UnorderedAccessView* rgbaOnly[3] = {rgbaViews[0], nullptr, nullptr};
-    runAndCheck(9, noTextures, rgbaOnly, false);
+    runAndCheck(5, srv[0], uav[0], 5, true);
+    // An empty texture slot reads as zeros; stores to an empty target slot
+    // are dropped (the target keeps the second run's values).
+    runAndCheck(9, nullptr, uav[0], 9, false);
+    runAndCheck(13, srv[0], nullptr, 9, false);
 
-    ID3D11UnorderedAccessView* none[3] = {};
-    context->CSSetUnorderedAccessViews(0, 3, none, nullptr);
-    for (auto* v : {rgbaViews[0], nv12Views[0], nv12Views[1]}) v->Release();
+    ID3D11UnorderedAccessView* none = nullptr;
+    context->CSSetUnorderedAccessViews(0, 1, &none, nullptr);
+    uav[0]->Release();
     srv[0]->Release();
     shader->Release();
     for (ID3D11Texture2D* texture : t) texture->Release();

@@ -68,35 +68,6 @@ TEST_F(OpenGLOperations, ComputeProgramsNeedAShaderThatLinks) {
     EXPECT_EQ(program, -1);
 }
 
-// The storage each internal format gets, seen through a framebuffer.
-TEST_F(OpenGLOperations, TexturesOfEachInternalFormat) {
-    const struct {
-        int internalFormat;
-        bool renderable;
-    } cases[] = {{GL_RGBA, true}, {GL_RGBA16F, true}, {GL_RGB, true}, {GL_RED, false}};
-    GLuint fb = 0;
-    glGenFramebuffers(1, &fb);
-    glBindFramebuffer(GL_FRAMEBUFFER, fb);
-    for (const auto& c : cases) {
-        const int texture = KROOpenGL::createTexture2D(7, 3, c.internalFormat);
-        ASSERT_NE(texture, 0);
-        GLint bound = 0, wrap = 0, filter = 0;
-        glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
-        glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, &wrap);
-        glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &filter);
-        EXPECT_EQ(bound, texture);
-        EXPECT_EQ(wrap, GL_CLAMP_TO_EDGE);
-        EXPECT_EQ(filter, GL_LINEAR);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, static_cast<GLuint>(texture), 0);
-        EXPECT_EQ(glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE, c.renderable)
-            << c.internalFormat;
-        GLuint name = static_cast<GLuint>(texture);
-        glDeleteTextures(1, &name);
-    }
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    glDeleteFramebuffers(1, &fb);
-}
-
 // Rows `stride` bytes apart reach GL as rows of stride / pixel-size pixels:
 // a stride not divisible by the pixel size is rounded down.
 TEST_F(OpenGLOperations, StridedUploadsReadBackRowByRow) {

@@ -25,19 +25,14 @@ struct ColourCase {
     const char* peak;  // "src_max_luminance", or null
 };
 
+// Only the render pass scales PQ light by the source peak and by the
+// destination's transfer (PQ or HLG); the shared cases take every transfer
+// into and out of BT.709 and every primaries pair.
 const ColourCase kCases[] = {
     {"BT.709 to BT.2020", {1, 1}, {9, 14}, nullptr},
-    {"sRGB BT.601 to BT.709", {5, 13}, {1, 1}, nullptr},
     {"PQ mastered at 1000 keeps luminance", {9, 16}, {1, 16}, "1000"},
     {"PQ at the default peak is a tenth as bright", {9, 16}, {1, 16}, nullptr},
-    {"PQ to SDR: 500 cd/m2 at 1, clamped above", {9, 16}, {9, 1}, nullptr},
     {"PQ to HLG", {9, 16}, {9, 18}, nullptr},
-    {"HLG to SDR BT.709", {9, 18}, {1, 1}, nullptr},
-    {"SDR to HLG", {1, 1}, {9, 18}, nullptr},
-    {"SDR to PQ", {1, 1}, {9, 16}, nullptr},
-    {"Display P3 to BT.601 525, sRGB to BT.601 curves", {12, 13}, {6, 6}, nullptr},
-    {"gamma 2.2 has no curve here", {1, 4}, {1, 1}, nullptr},
-    {"BT.2020 12-bit to BT.601 525", {9, 15}, {6, 6}, nullptr},
 };
 
 // The result of the formulas, and the range it spans when every linear
@@ -95,8 +90,8 @@ protected:
     }
 };
 
-// RGBA8888 in and out for the render pass's own curve cases (the shared
-// cases run every transfer and primaries pair), with padded rows on both sides.
+// RGBA8888 in and out for the render pass's own curve cases, with padded
+// rows on both sides.
 TEST_F(GLRender, ColourCasesOnRgba8WithinOneCode) {
     GLRenderContext gl(nullptr, nullptr);
     for (const ColourCase& c : kCases) {
@@ -126,7 +121,7 @@ TEST_F(GLRender, ColourCasesOnRgba8WithinOneCode) {
 // converted, stored as halves again and read back times 65535, truncated.
 TEST_F(GLRender, Rgba16ThroughHalfFloatTextures) {
     GLRenderContext gl(nullptr, nullptr);
-    for (const ColourCase* c : {&kCases[2], &kCases[0]}) {
+    for (const ColourCase* c : {&kCases[1], &kCases[0]}) {
         FrameBuffers in(kKRORGBA16LEFormat, 5, 3, 6), out(kKRORGBA16LEFormat, 5, 3, 2);
         in.fillRandom(3);
         ASSERT_EQ(run(gl, in, out, c->src, c->dst, c->peak), kKROSuccess);

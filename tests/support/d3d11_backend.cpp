@@ -4,31 +4,31 @@
 
 #include <cstring>
 
-
 namespace KROCOLOR {
 namespace test {
 
-DXGI_FORMAT dxgiFormatOf(int32_t textureFormat) {
-    switch (textureFormat) {
-    case 401: return DXGI_FORMAT_R8G8B8A8_UNORM;
-    case 402: return DXGI_FORMAT_B8G8R8A8_UNORM;
-    case 403: return DXGI_FORMAT_NV12;
-    case 404: return DXGI_FORMAT_P010;
-    case 406: return DXGI_FORMAT_R16G16B16A16_UNORM;
-    default: return DXGI_FORMAT_UNKNOWN;
-    }
+namespace {
+
+// Each texture format with its DXGI format and the host format laid out
+// like it.
+struct TextureFormat {
+    int32_t texture;
+    DXGI_FORMAT dxgi;
+    int32_t host;
+};
+const TextureFormat kTextureFormats[] = {
+    {401, DXGI_FORMAT_R8G8B8A8_UNORM, kKRORGBA8888Format},     {402, DXGI_FORMAT_B8G8R8A8_UNORM, kKROBGRA8888Format},
+    {403, DXGI_FORMAT_NV12, kKRONV12Format},                   {404, DXGI_FORMAT_P010, kKRONV1210LEFormat},
+    {406, DXGI_FORMAT_R16G16B16A16_UNORM, kKRORGBA16LEFormat},
+};
+
+TextureFormat formatOf(int32_t texture) {
+    for (const TextureFormat& f : kTextureFormats)
+        if (f.texture == texture) return f;
+    return {0, DXGI_FORMAT_UNKNOWN, 0};
 }
 
-int32_t textureTwin(int32_t textureFormat) {
-    switch (textureFormat) {
-    case 401: return kKRORGBA8888Format;
-    case 402: return kKROBGRA8888Format;
-    case 403: return kKRONV12Format;
-    case 404: return kKRONV1210LEFormat;
-    case 406: return kKRORGBA16LEFormat;
-    default: return 0;
-    }
-}
+}  // namespace
 
 D3D11TextureFrame::~D3D11TextureFrame() {
     if (texture()) texture()->Release();
@@ -50,20 +50,11 @@ KROHWContext D3D11Backend::context() const {
     return c;
 }
 
-int32_t D3D11Backend::hostTwin(int32_t deviceFormat) const { return textureTwin(deviceFormat); }
+int32_t D3D11Backend::hostTwin(int32_t deviceFormat) const { return formatOf(deviceFormat).host; }
 
 ID3D11Texture2D* D3D11Backend::createTexture(int width, int height, DXGI_FORMAT format, UINT bindFlags) {
     if (!bindFlags) return KRODirectX::createID3D11Texture2D(manager_, width, height, format);
-    D3D11_TEXTURE2D_DESC desc;
-    std::memset(&desc, 0, sizeof desc);
-    desc.Width = static_cast<UINT>(width);
-    desc.Height = static_cast<UINT>(height);
-    desc.MipLevels = 1;
-    desc.ArraySize = 1;
-    desc.Format = format;
-    desc.SampleDesc.Count = 1;
-    desc.Usage = D3D11_USAGE_DEFAULT;
-    desc.BindFlags = bindFlags;
+    const D3D11_TEXTURE2D_DESC desc{UINT(width), UINT(height), 1, 1, format, {1, 0}, D3D11_USAGE_DEFAULT, bindFlags, 0, 0};
     ID3D11Texture2D* texture = nullptr;
     return SUCCEEDED(manager_->device->CreateTexture2D(&desc, nullptr, &texture)) ? texture : nullptr;
 }
@@ -103,7 +94,7 @@ bool transfer(ID3D11Manager* manager, ID3D11Texture2D* staging, FrameBuffers& pi
 }  // namespace
 
 std::unique_ptr<DeviceFrame> D3D11Backend::upload(int32_t deviceFormat, const FrameBuffers& pixels) {
-    const DXGI_FORMAT format = dxgiFormatOf(deviceFormat);
+    const DXGI_FORMAT format = formatOf(deviceFormat).dxgi;
     auto frame = std::make_unique<D3D11TextureFrame>(createTexture(pixels.width(), pixels.height(), format));
     ID3D11Texture2D* staging =
         KRODirectX::createStagingID3D11Texture2D(manager_, pixels.width(), pixels.height(), format);

@@ -49,11 +49,6 @@ private:
 // One backend for the whole test program: the device is made once.
 D3D11Backend& d3d11Backend();
 
-DXGI_FORMAT dxgiFormatOf(int32_t textureFormat);
-// The host format laid out like a texture format (401 as 102, 402 as 120,
-// 403 as 103, 404 as 108, 406 as 114).
-int32_t textureTwin(int32_t textureFormat);
-
 }  // namespace test
 }  // namespace KROCOLOR
 
