@@ -169,21 +169,6 @@ TEST_F(CudaConvertor, FailureCodes) {
     EXPECT_NE(testing::internal::GetCapturedStdout().find("KROColorFunctions cuda error"), std::string::npos);
 }
 
-TEST_F(CudaConvertor, SelectionBuildsTheConvertorOnlyWithAContext) {
-    KROHWContext hw;
-    hw.srcType = kKROHWTypeCUDA;
-    hw.dstType = kKROHWTypeCPU;
-    std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(4, 4, kKRORGBA8888CUDAFormat, 4, 4, kKRORGBA8888Format));
-    f->setHWContext(hw);
-    HostFrame h(102, 4, 4);
-    const uint8_t* planes[4] = {h.frame.planes[0]};
-    EXPECT_EQ(f->transcode(planes, h.frame.strides, h.frame.planes, h.frame.strides), kKROMissingHWContext);
-}
-
-}  // namespace
-
-namespace {
-
 // A build made without a CUDA compiler carries no program: the driver
 // refuses the empty module and every conversion says it cannot load kernels.
 TEST(CudaWithoutProgram, ConversionsCannotLoadTheirKernels) {
