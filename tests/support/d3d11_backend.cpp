@@ -22,6 +22,22 @@ const TextureFormat kTextureFormats[] = {
     {406, DXGI_FORMAT_R16G16B16A16_UNORM, kKRORGBA16LEFormat},
 };
 
+// A texture the frame owns, in the shape transcode() takes.
+class TextureFrame : public DeviceFrame {
+public:
+    explicit TextureFrame(ID3D11Texture2D* texture) { planes_[0] = reinterpret_cast<uint8_t*>(texture); }
+    ~TextureFrame() override {
+        if (texture()) texture()->Release();
+    }
+    const uint8_t* const* planes() const override { return planes_; }
+    const int* strides() const override { return strides_; }
+    ID3D11Texture2D* texture() const { return reinterpret_cast<ID3D11Texture2D*>(planes_[0]); }
+
+private:
+    uint8_t* planes_[4] = {nullptr, nullptr, nullptr, nullptr};  // entry 1: subresource 0
+    int strides_[4] = {0, 0, 0, 0};
+};
+
 TextureFormat formatOf(int32_t texture) {
     for (const TextureFormat& f : kTextureFormats)
         if (f.texture == texture) return f;
@@ -29,10 +45,6 @@ TextureFormat formatOf(int32_t texture) {
 }
 
 }  // namespace
-
-D3D11TextureFrame::~D3D11TextureFrame() {
-    if (texture()) texture()->Release();
-}
 
 D3D11Backend::D3D11Backend() : manager_(KRODirectX::createID3D11Device(0)) {}
 
@@ -95,7 +107,7 @@ bool transfer(ID3D11Manager* manager, ID3D11Texture2D* staging, FrameBuffers& pi
 
 std::unique_ptr<DeviceFrame> D3D11Backend::upload(int32_t deviceFormat, const FrameBuffers& pixels) {
     const DXGI_FORMAT format = formatOf(deviceFormat).dxgi;
-    auto frame = std::make_unique<D3D11TextureFrame>(createTexture(pixels.width(), pixels.height(), format));
+    auto frame = std::make_unique<TextureFrame>(createTexture(pixels.width(), pixels.height(), format));
     ID3D11Texture2D* staging =
         KRODirectX::createStagingID3D11Texture2D(manager_, pixels.width(), pixels.height(), format);
     const bool ok = frame->texture() && staging &&
@@ -106,7 +118,7 @@ std::unique_ptr<DeviceFrame> D3D11Backend::upload(int32_t deviceFormat, const Fr
 }
 
 bool D3D11Backend::download(const DeviceFrame& frame, FrameBuffers& pixels) {
-    ID3D11Texture2D* texture = static_cast<const D3D11TextureFrame&>(frame).texture();
+    ID3D11Texture2D* texture = static_cast<const TextureFrame&>(frame).texture();
     D3D11_TEXTURE2D_DESC desc;
     texture->GetDesc(&desc);
     ID3D11Texture2D* staging =

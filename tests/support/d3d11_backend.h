@@ -11,19 +11,6 @@
 namespace KROCOLOR {
 namespace test {
 
-class D3D11TextureFrame : public DeviceFrame {
-public:
-    explicit D3D11TextureFrame(ID3D11Texture2D* texture) { planes_[0] = reinterpret_cast<uint8_t*>(texture); }
-    ~D3D11TextureFrame() override;
-    const uint8_t* const* planes() const override { return planes_; }
-    const int* strides() const override { return strides_; }
-    ID3D11Texture2D* texture() const { return reinterpret_cast<ID3D11Texture2D*>(planes_[0]); }
-
-private:
-    uint8_t* planes_[4] = {nullptr, nullptr, nullptr, nullptr};  // entry 1: subresource 0
-    int strides_[4] = {0, 0, 0, 0};
-};
-
 class D3D11Backend : public GpuBackend {
 public:
     D3D11Backend();
