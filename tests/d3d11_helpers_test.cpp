@@ -293,7 +293,8 @@ namespace {
 struct StagingCase {
     DXGI_FORMAT format;
     int width, height;
-    int rows, rowBytes;  // what the generic staging copies move
+    int rows, rowBytes;  // what the staging copies move
+    bool rgb = false;    // RGB rows, expanded into the RGBA texels with alpha 255
 };
 
 // Height 5 NV12: rows 0..7, since 7 < 7.5.
@@ -301,12 +302,14 @@ const StagingCase kStagingCases[] = {
     {DXGI_FORMAT_R8G8B8A8_UNORM, 21, 7, 7, 84},  {DXGI_FORMAT_B8G8R8A8_UNORM, 64, 3, 3, 256},
     {DXGI_FORMAT_R16G16B16A16_UNORM, 9, 4, 4, 72}, {DXGI_FORMAT_NV12, 10, 5, 8, 10},
     {DXGI_FORMAT_NV12, 256, 4, 6, 256},          {DXGI_FORMAT_P010, 12, 6, 9, 24},
+    {DXGI_FORMAT_R8G8B8A8_UNORM, 13, 5, 5, 39, true},
 };
 
 }  // namespace
 
 // CPU -> staging -> texture -> staging -> CPU, with strides equal to and
-// different from the staging row pitch on both ends.
+// different from the staging row pitch on both ends; RGB rows through the
+// RGBA expansion.
 TEST_F(D3D11Helpers, StagingTransfersThroughATexture) {
     for (const StagingCase& c : kStagingCases) {
         for (int extra : {0, 3}) {
@@ -322,13 +325,24 @@ TEST_F(D3D11Helpers, StagingTransfersThroughATexture) {
             const int stride = extra == 0 ? pitch : c.rowBytes + extra;
             std::vector<unsigned char> source(size_t(stride) * c.rows);
             for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i * 31 + 7);
-            ASSERT_TRUE(KRODirectX::writeDataToStagingID3D11Texture2D(manager_, upload, 0, source.data(), stride,
-                                                                      c.width, c.height));
+            ASSERT_TRUE(c.rgb ? KRODirectX::writeRGBDataToRGBAStagingID3D11Texture2D(manager_, upload, 0, source.data(),
+                                                                                   stride, c.width, c.height)
+                              : KRODirectX::writeDataToStagingID3D11Texture2D(manager_, upload, 0, source.data(), stride,
+                                                                              c.width, c.height));
             ASSERT_TRUE(KRODirectX::writeDataToID3D11Texture2D(manager_, upload, 0, texture, 0));
             ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(manager_, texture, 0, download, 0));
             std::vector<unsigned char> result(source.size(), 0xEE);
-            ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, result.data(), stride, c.width,
-                                                                       c.height, download, 0));
+            ASSERT_TRUE(c.rgb ? KRODirectX::readRGBDataFromRGBAStagingID3D11Texture2D(manager_, result.data(), stride,
+                                                                                   c.width, c.height, download, 0)
+                              : KRODirectX::readDataFromStagingID3D11Texture2D(manager_, result.data(), stride, c.width,
+                                                                               c.height, download, 0));
+            if (c.rgb) {  // the texels themselves: each pixel's three samples, then 255
+                std::vector<unsigned char> texels(size_t(c.width) * c.height * 4);
+                ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, texels.data(), c.width * 4, c.width,
+                                                                           c.height, download, 0));
+                for (int i = 0; i < c.width * c.height * 4; ++i)
+                    ASSERT_EQ(texels[i], i % 4 == 3 ? 255 : source[i / 4 / c.width * stride + i / 4 % c.width * 3 + i % 4]);
+            }
             for (int r = 0; r < c.rows; ++r) {
                 ASSERT_EQ(0, std::memcmp(&result[size_t(r) * stride], &source[size_t(r) * stride], c.rowBytes))
                     << "row " << r;
@@ -358,31 +372,6 @@ TEST_F(D3D11Helpers, StagingRefusals) {
     EXPECT_FALSE(KRODirectX::writeRGBDataToRGBAStagingID3D11Texture2D(manager_, staging, 0, p, 24, 8, 4));  // BGRA
     EXPECT_FALSE(KRODirectX::readRGBDataFromRGBAStagingID3D11Texture2D(manager_, p, 24, 8, 4, staging, 0));
     for (unsigned char b : buffer) ASSERT_EQ(b, 0x5A);
-    staging->Release();
-}
-
-TEST_F(D3D11Helpers, RGBExpansionWritesOpaqueAlpha) {
-    const int width = 13, height = 5, stride = width * 3 + 2;
-    ID3D11Texture2D* staging = KRODirectX::createStagingID3D11Texture2D(manager_, width, height,
-                                                                        DXGI_FORMAT_R8G8B8A8_UNORM);
-    ASSERT_NE(staging, nullptr);
-    std::vector<unsigned char> rgb(size_t(stride) * height);
-    for (size_t i = 0; i < rgb.size(); ++i) rgb[i] = static_cast<unsigned char>(i * 7);
-    ASSERT_TRUE(KRODirectX::writeRGBDataToRGBAStagingID3D11Texture2D(manager_, staging, 0, rgb.data(), stride, width,
-                                                                     height));
-    D3D11_MAPPED_SUBRESOURCE mapped;
-    ASSERT_EQ(manager_->context->Map(staging, 0, D3D11_MAP_READ, 0, &mapped), S_OK);
-    const auto* rgba = static_cast<const unsigned char*>(mapped.pData);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            for (int c = 0; c < 4; ++c)
-                ASSERT_EQ(rgba[y * mapped.RowPitch + 4 * x + c], c == 3 ? 255 : rgb[y * stride + 3 * x + c]);
-    manager_->context->Unmap(staging, 0);
-    std::vector<unsigned char> back(rgb.size(), 0);
-    ASSERT_TRUE(KRODirectX::readRGBDataFromRGBAStagingID3D11Texture2D(manager_, back.data(), stride, width, height,
-                                                                      staging, 0));
-    for (int y = 0; y < height; ++y)
-        EXPECT_EQ(0, std::memcmp(&back[size_t(y) * stride], &rgb[size_t(y) * stride], width * 3));
     staging->Release();
 }
 
