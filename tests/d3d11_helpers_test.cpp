@@ -56,7 +56,7 @@ std::string adapterName(IDXGIAdapter* adapter) {
 
 }  // namespace
 
-TEST_F(D3D11Helpers, DevicesAdaptersAndInteroperability) {
+TEST_F(D3D11Helpers, DevicesAdaptersAndSharedTextures) {
     // The adapters are Vulkan's physical devices in Vulkan's order.
     VkInstanceCreateInfo info{VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO, nullptr, 0, nullptr, 0, nullptr, 0, nullptr};
     VkInstance instance = VK_NULL_HANDLE;
@@ -84,6 +84,31 @@ TEST_F(D3D11Helpers, DevicesAdaptersAndInteroperability) {
     EXPECT_TRUE(KRODirectX::canInteroperability(manager_, second));
     EXPECT_FALSE(KRODirectX::canInteroperability(manager_, nullptr));
     EXPECT_FALSE(KRODirectX::canInteroperability(nullptr, second));
+
+    // A shared texture of one device opens on the other, with its contents.
+    ID3D11Texture2D* texture = KRODirectX::createID3D11Texture2D(manager_, 8, 4, DXGI_FORMAT_NV12);
+    ID3D11Texture2D* staging = KRODirectX::createStagingID3D11Texture2D(manager_, 8, 4, DXGI_FORMAT_NV12);
+    ASSERT_TRUE(texture && staging);
+    EXPECT_EQ(KRODirectX::createSharedID3D11Texture2D(second, staging), nullptr);  // not shared
+    EXPECT_EQ(KRODirectX::createSharedID3D11Texture2D(nullptr, texture), nullptr);
+    ID3D11Texture2D* opened = KRODirectX::createSharedID3D11Texture2D(second, texture);
+    ASSERT_NE(opened, nullptr);
+    ID3D11Device* owner = nullptr;
+    opened->GetDevice(&owner);
+    EXPECT_EQ(owner, second->device);
+    owner->Release();
+
+    unsigned char pixels[8 * 6];
+    for (int i = 0; i < 48; ++i) pixels[i] = static_cast<unsigned char>(200 - i);
+    ASSERT_TRUE(KRODirectX::writeDataToStagingID3D11Texture2D(manager_, staging, 0, pixels, 8, 8, 4));
+    ASSERT_TRUE(KRODirectX::writeDataToID3D11Texture2D(manager_, staging, 0, texture, 0));
+    ASSERT_TRUE(finish());
+    ID3D11Texture2D* secondStaging = KRODirectX::createStagingID3D11Texture2D(second, 8, 4, DXGI_FORMAT_NV12);
+    ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(second, opened, 0, secondStaging, 0));
+    unsigned char result[8 * 6] = {};
+    ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(second, result, 8, 8, 4, secondStaging, 0));
+    EXPECT_EQ(0, std::memcmp(result, pixels, sizeof(pixels)));
+    for (ID3D11Texture2D* t : {texture, staging, opened, secondStaging}) t->Release();
     KRODirectX::releaseID3D11Device(&second);
     EXPECT_EQ(second, nullptr);
     KRODirectX::releaseID3D11Device(&second);  // null manager: nothing happens
@@ -397,35 +422,6 @@ TEST_F(D3D11Helpers, TextureCopies) {
     ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(manager_, out.data(), 16, 4, 3, smallStaging, 0));
     for (int y = 0; y < 3; ++y) EXPECT_EQ(0, std::memcmp(&out[y * 16], &pixels[y * 64], 16)) << "row " << y;
     for (ID3D11Texture2D* t : {rgba, bgra, small, staging, smallStaging}) t->Release();
-}
-
-TEST_F(D3D11Helpers, SharedTexturesAcrossDevices) {
-    ID3D11Manager* other = KRODirectX::createID3D11Device(0);
-    ASSERT_NE(other, nullptr);
-    ID3D11Texture2D* texture = KRODirectX::createID3D11Texture2D(manager_, 8, 4, DXGI_FORMAT_NV12);
-    ID3D11Texture2D* staging = KRODirectX::createStagingID3D11Texture2D(manager_, 8, 4, DXGI_FORMAT_NV12);
-    ASSERT_TRUE(texture && staging);
-    EXPECT_EQ(KRODirectX::createSharedID3D11Texture2D(other, staging), nullptr);  // not shared
-    EXPECT_EQ(KRODirectX::createSharedID3D11Texture2D(nullptr, texture), nullptr);
-    ID3D11Texture2D* opened = KRODirectX::createSharedID3D11Texture2D(other, texture);
-    ASSERT_NE(opened, nullptr);
-    ID3D11Device* owner = nullptr;
-    opened->GetDevice(&owner);
-    EXPECT_EQ(owner, other->device);
-    owner->Release();
-
-    unsigned char pixels[8 * 6];
-    for (int i = 0; i < 48; ++i) pixels[i] = static_cast<unsigned char>(200 - i);
-    ASSERT_TRUE(KRODirectX::writeDataToStagingID3D11Texture2D(manager_, staging, 0, pixels, 8, 8, 4));
-    ASSERT_TRUE(KRODirectX::writeDataToID3D11Texture2D(manager_, staging, 0, texture, 0));
-    ASSERT_TRUE(finish());
-    ID3D11Texture2D* otherStaging = KRODirectX::createStagingID3D11Texture2D(other, 8, 4, DXGI_FORMAT_NV12);
-    ASSERT_TRUE(KRODirectX::readDataFromID3D11Texture2D(other, opened, 0, otherStaging, 0));
-    unsigned char result[8 * 6] = {};
-    ASSERT_TRUE(KRODirectX::readDataFromStagingID3D11Texture2D(other, result, 8, 8, 4, otherStaging, 0));
-    EXPECT_EQ(0, std::memcmp(result, pixels, sizeof(pixels)));
-    for (ID3D11Texture2D* t : {texture, staging, opened, otherStaging}) t->Release();
-    KRODirectX::releaseID3D11Device(&other);
 }
 
 namespace {
