@@ -13,13 +13,13 @@
 #include "cpu/sample_access.h"
 #include "cpu/xsimd/xsimd_context.h"
 #include "support/format_sweep.h"
-#include "support/host_frame.h"
+#include "support/frame_buffers.h"
 
 namespace KROCOLOR {
 namespace {
 
 using test::guardPlacement;
-using test::HostFrame;
+using test::FrameBuffers;
 using PixelAt = std::function<NativePixel(int x, int y)>;
 
 // A distinct code per pixel and component, kept within 8 bits for byte
@@ -31,12 +31,12 @@ NativePixel codeAt(int32_t format, int x, int y) {
     return p;
 }
 
-void fillFrame(HostFrame& f) {
-    const SampleAccess a = sampleAccessFor(f.frame.format);
-    std::vector<NativePixel> row(static_cast<size_t>(f.frame.width));
-    for (int y = 0; y < f.frame.height; ++y) {
-        for (int x = 0; x < f.frame.width; ++x) row[static_cast<size_t>(x)] = codeAt(f.frame.format, x, y);
-        a.writeRow(f.frame, y, 0, f.frame.width, row.data());
+void fillFrame(FrameBuffers& f) {
+    const SampleAccess a = sampleAccessFor(f.format());
+    std::vector<NativePixel> row(static_cast<size_t>(f.width()));
+    for (int y = 0; y < f.height(); ++y) {
+        for (int x = 0; x < f.width(); ++x) row[static_cast<size_t>(x)] = codeAt(f.format(), x, y);
+        a.writeRow(*f.raw(), y, 0, f.width(), row.data());
     }
 }
 
@@ -90,27 +90,27 @@ TEST_P(GeometrySweep, RotateAndCropFollowTheTablesInsideThePlanes) {
     unsigned i = 0;
     for (const test::FrameSize& size : test::kAwkwardSizes) {
         const int W = size.width, H = size.height;
-        HostFrame src(format, W, H, i % 3 == 2 ? 3 : 0, guardPlacement(i));
+        FrameBuffers src(format, W, H, i % 3 == 2 ? 3 : 0, guardPlacement(i));
         fillFrame(src);
         for (IConvertor* c : convertors) {
             ++i;
             for (int o = 1; o <= 8; ++o) {
                 SCOPED_TRACE(::testing::Message() << W << "x" << H << " orientation " << o << " case " << i);
                 const bool turn = o >= 5;
-                HostFrame dst(format, turn ? H : W, turn ? W : H, 0, guardPlacement(i + o));
-                ASSERT_EQ(c->rotate(&src.frame, &dst.frame, o), kKROSuccess);
-                expectFrame(dst.frame, [&](int x, int y) {
+                FrameBuffers dst(format, turn ? H : W, turn ? W : H, 0, guardPlacement(i + o));
+                ASSERT_EQ(c->rotate(src.raw(), dst.raw(), o), kKROSuccess);
+                expectFrame(*dst.raw(), [&](int x, int y) {
                     int sx, sy;
                     sourceOf(o, x, y, W, H, sx, sy);
-                    return readPixel(a, src.frame, sx, sy);
+                    return readPixel(a, *src.raw(), sx, sy);
                 });
             }
             // The rectangle from (W/3, H/2) to the bottom-right corner.
             const int left = W / 3, top = H / 2;
             SCOPED_TRACE(::testing::Message() << W << "x" << H << " crop at " << left << "," << top);
-            HostFrame dst(format, W - left, H - top, 0, guardPlacement(i + 1));
-            ASSERT_EQ(c->crop(&src.frame, &dst.frame, left, top), kKROSuccess);
-            expectFrame(dst.frame, [&](int x, int y) { return readPixel(a, src.frame, x + left, y + top); });
+            FrameBuffers dst(format, W - left, H - top, 0, guardPlacement(i + 1));
+            ASSERT_EQ(c->crop(src.raw(), dst.raw(), left, top), kKROSuccess);
+            expectFrame(*dst.raw(), [&](int x, int y) { return readPixel(a, *src.raw(), x + left, y + top); });
         }
     }
 }
@@ -119,10 +119,10 @@ INSTANTIATE_TEST_SUITE_P(CpuFormats, GeometrySweep, ::testing::ValuesIn(test::cp
 
 // 108 words keep their top ten bits; the low six come back as zero.
 TEST(GeometryTest, Orientation1CopiesP010TopTenBits) {
-    HostFrame src(108, 2, 2), dst(108, 2, 2);
+    FrameBuffers src(108, 2, 2), dst(108, 2, 2);
     const uint8_t luma[8] = {0xFF, 0xFF, 0x41, 0x80, 0x3F, 0x00, 0xC0, 0x12};
     std::memcpy(src.plane(0), luma, 8);
-    ASSERT_EQ(rotateFrame(&src.frame, &dst.frame, 1), kKROSuccess);
+    ASSERT_EQ(rotateFrame(src.raw(), dst.raw(), 1), kKROSuccess);
     const uint8_t want[8] = {0xC0, 0xFF, 0x40, 0x80, 0x00, 0x00, 0xC0, 0x12};
     EXPECT_EQ(std::memcmp(dst.plane(0), want, 8), 0);
 }
@@ -131,7 +131,7 @@ TEST(GeometryTest, Orientation1CopiesP010TopTenBits) {
 // outside the source write nothing (and still succeed); a turned
 // orientation needs a 10 x 12 destination for a 12 x 10 source.
 TEST(GeometryTest, MisfitsWriteNothing) {
-    HostFrame src(102, 12, 10);
+    FrameBuffers src(102, 12, 10);
     fillFrame(src);
     const struct {
         bool crop;
@@ -140,20 +140,20 @@ TEST(GeometryTest, MisfitsWriteNothing) {
                    {false, 12, 10, 6, 0}, {false, 10, 12, 3, 0},  {false, 4, 4, 1, 0},    {true, 11, 8, 2, 3},
                    {true, 4, 4, -1, 0},   {true, 4, 4, 0, -2},    {true, 4, 4, 9, 0}};
     for (const auto& m : misfits) {
-        HostFrame dst(102, m.w, m.h);
+        FrameBuffers dst(102, m.w, m.h);
         dst.fill(0x77);
-        EXPECT_EQ(m.crop ? cropFrame(&src.frame, &dst.frame, m.a, m.b) : rotateFrame(&src.frame, &dst.frame, m.a),
+        EXPECT_EQ(m.crop ? cropFrame(src.raw(), dst.raw(), m.a, m.b) : rotateFrame(src.raw(), dst.raw(), m.a),
                   kKROSuccess);
-        for (size_t i = 0; i < dst.sizes[0]; ++i) ASSERT_EQ(dst.plane(0)[i], 0x77) << m.w << "x" << m.h << " " << m.a;
+        for (size_t i = 0; i < dst.size(0); ++i) ASSERT_EQ(dst.plane(0)[i], 0x77) << m.w << "x" << m.h << " " << m.a;
     }
-    EXPECT_EQ(rotateFrame(nullptr, &src.frame, 1), kKROInputParamError);
-    EXPECT_EQ(rotateFrame(&src.frame, nullptr, 1), kKROInputParamError);
-    EXPECT_EQ(cropFrame(nullptr, &src.frame, 0, 0), kKROInputParamError);
-    EXPECT_EQ(cropFrame(&src.frame, nullptr, 0, 0), kKROInputParamError);
+    EXPECT_EQ(rotateFrame(nullptr, src.raw(), 1), kKROInputParamError);
+    EXPECT_EQ(rotateFrame(src.raw(), nullptr, 1), kKROInputParamError);
+    EXPECT_EQ(cropFrame(nullptr, src.raw(), 0, 0), kKROInputParamError);
+    EXPECT_EQ(cropFrame(src.raw(), nullptr, 0, 0), kKROInputParamError);
     // Formats the CPU kernels cannot address write nothing.
-    KROFrame texture = src.frame;
+    KROFrame texture = *src.raw();
     texture.format = 201;
-    EXPECT_EQ(rotateFrame(&src.frame, &texture, 1), kKROSuccess);
+    EXPECT_EQ(rotateFrame(src.raw(), &texture, 1), kKROSuccess);
 }
 
 // ---- scale -----------------------------------------------------------------
@@ -180,21 +180,21 @@ NativePixel scaledPixel(const SampleAccess& a, const KROFrame& src, int x, int y
 // 2x and 2x + 1; tripling (dx = 0) is nearest neighbour at
 // trunc((x + 0.5) / 3); the average truncates (1, 2, 2, 2 give 1).
 TEST(GeometryTest, ScaleClosedForms) {
-    HostFrame wide(101, 1920, 1), half(101, 960, 1), narrow(102, 100, 1), triple(102, 300, 1);
-    for (size_t i = 0; i < wide.sizes[0]; ++i) wide.plane(0)[i] = static_cast<uint8_t>(i * 7 % 256);
-    for (size_t i = 0; i < narrow.sizes[0]; ++i) narrow.plane(0)[i] = static_cast<uint8_t>(i * 13);
-    ASSERT_EQ(scaleFrame(wide.frame, half.frame, true), kKROSuccess);
-    ASSERT_EQ(scaleFrame(narrow.frame, triple.frame, false), kKROSuccess);
+    FrameBuffers wide(101, 1920, 1), half(101, 960, 1), narrow(102, 100, 1), triple(102, 300, 1);
+    for (size_t i = 0; i < wide.size(0); ++i) wide.plane(0)[i] = static_cast<uint8_t>(i * 7 % 256);
+    for (size_t i = 0; i < narrow.size(0); ++i) narrow.plane(0)[i] = static_cast<uint8_t>(i * 13);
+    ASSERT_EQ(scaleFrame(*wide.raw(), *half.raw(), true), kKROSuccess);
+    ASSERT_EQ(scaleFrame(*narrow.raw(), *triple.raw(), false), kKROSuccess);
     for (int i = 0; i < 960 * 3; ++i)
         ASSERT_EQ(half.plane(0)[i], (wide.plane(0)[i / 3 * 6 + i % 3] + wide.plane(0)[i / 3 * 6 + 3 + i % 3]) / 2) << i;
     for (int x = 0; x < 300; ++x)
         ASSERT_EQ(std::memcmp(triple.plane(0) + 4 * x, narrow.plane(0) + 4 * ((2 * x + 1) / 6), 4), 0) << x;
 
-    HostFrame quad(106, 2, 2), one(106, 1, 1);
+    FrameBuffers quad(106, 2, 2), one(106, 1, 1);
     const uint8_t luma[4] = {1, 2, 2, 2}, u[4] = {255, 255, 255, 254};
     std::memcpy(quad.plane(0), luma, 4);
     std::memcpy(quad.plane(1), u, 4);
-    ASSERT_EQ(scaleFrame(quad.frame, one.frame, false), kKROSuccess);
+    ASSERT_EQ(scaleFrame(*quad.raw(), *one.raw(), false), kKROSuccess);
     EXPECT_EQ(one.plane(0)[0], 1);    // 7 / 4
     EXPECT_EQ(one.plane(1)[0], 254);  // 1019 / 4
     EXPECT_EQ(one.plane(2)[0], 0);
@@ -209,17 +209,17 @@ class GeometryScale : public ::testing::TestWithParam<ScaleCase> {};
 
 TEST_P(GeometryScale, MatchesTheFilterAndThreadsAgree) {
     const ScaleCase c = GetParam();
-    HostFrame src(c.format, c.sw, c.sh, 2, test::Placement::EndAtGuard);
+    FrameBuffers src(c.format, c.sw, c.sh, 2, test::Placement::EndAtGuard);
     fillFrame(src);
     const SampleAccess a = sampleAccessFor(c.format);
-    HostFrame serial(c.format, c.dw, c.dh, 0, test::Placement::EndAtGuard),
+    FrameBuffers serial(c.format, c.dw, c.dh, 0, test::Placement::EndAtGuard),
         pooled(c.format, c.dw, c.dh, 0, test::Placement::StartAfterGuard);
     serial.fill(0x5A);
     pooled.fill(0x5A);
-    ASSERT_EQ(scaleFrame(src.frame, serial.frame, false), kKROSuccess);
-    ASSERT_EQ(scaleFrame(src.frame, pooled.frame, true), kKROSuccess);
-    for (int p = 0; p < serial.planes; ++p) EXPECT_EQ(std::memcmp(serial.plane(p), pooled.plane(p), serial.sizes[p]), 0) << p;
-    expectFrame(serial.frame, [&](int x, int y) { return scaledPixel(a, src.frame, x, y, c.dw, c.dh); });
+    ASSERT_EQ(scaleFrame(*src.raw(), *serial.raw(), false), kKROSuccess);
+    ASSERT_EQ(scaleFrame(*src.raw(), *pooled.raw(), true), kKROSuccess);
+    for (int p = 0; p < serial.planeCount(); ++p) EXPECT_EQ(std::memcmp(serial.plane(p), pooled.plane(p), serial.size(p)), 0) << p;
+    expectFrame(*serial.raw(), [&](int x, int y) { return scaledPixel(a, *src.raw(), x, y, c.dw, c.dh); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Geometry, GeometryScale,

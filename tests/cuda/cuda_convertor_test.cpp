@@ -22,7 +22,7 @@ using namespace KROCOLOR;
 using test::CudaBackend;
 using test::CudaSession;
 using test::FrameBuffers;
-using test::HostFrame;
+using test::FrameBuffers;
 
 namespace {
 
@@ -123,17 +123,17 @@ TEST_F(CudaConvertor, EightOrientationsAndCrops) {
 
 TEST_F(CudaConvertor, FailureCodes) {
     std::unique_ptr<CudaContext> c = CudaContext::create(session_.context(), nullptr);
-    HostFrame rgba(102, 4, 4), yuv422(105, 4, 4);
-    KROFrame none = rgba.frame;
+    FrameBuffers rgba(102, 4, 4), yuv422(105, 4, 4);
+    KROFrame none = *rgba.raw();
     none.planes[0] = nullptr;
-    EXPECT_EQ(c->convertColor(nullptr, &rgba.frame), kKROInputParamError);
-    EXPECT_EQ(c->convertColor(&rgba.frame, &none), kKROInputParamError);
-    EXPECT_EQ(c->rotate(&none, &rgba.frame, 1), kKROInputParamError);
+    EXPECT_EQ(c->convertColor(nullptr, rgba.raw()), kKROInputParamError);
+    EXPECT_EQ(c->convertColor(rgba.raw(), &none), kKROInputParamError);
+    EXPECT_EQ(c->rotate(&none, rgba.raw(), 1), kKROInputParamError);
     // A host format without a device twin cannot be staged; nothing is written.
     rgba.fill(7);
-    EXPECT_EQ(c->convertColor(&yuv422.frame, &rgba.frame), kKROLoadCUDAKernelError);
-    EXPECT_EQ(c->crop(&rgba.frame, &yuv422.frame, 0, 0), kKROLoadCUDAKernelError);
-    EXPECT_EQ(rgba.frame.planes[0][0], 7);
+    EXPECT_EQ(c->convertColor(yuv422.raw(), rgba.raw()), kKROLoadCUDAKernelError);
+    EXPECT_EQ(c->crop(rgba.raw(), yuv422.raw(), 0, 0), kKROLoadCUDAKernelError);
+    EXPECT_EQ(rgba.plane(0)[0], 7);
 
     // A grid taller than the device allows is refused at launch.
     void* plane = KROCuda::malloc(64);
@@ -165,7 +165,7 @@ TEST_F(CudaConvertor, FailureCodes) {
     ASSERT_EQ(f->cuCtxDestroy(gone), CUDA_SUCCESS);
     std::unique_ptr<CudaContext> stale = CudaContext::create(gone, nullptr);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(stale->convertColor(&rgba.frame, &rgba.frame), kKROCUCtxPushCurrentError);
+    EXPECT_EQ(stale->convertColor(rgba.raw(), rgba.raw()), kKROCUCtxPushCurrentError);
     EXPECT_NE(testing::internal::GetCapturedStdout().find("KROColorFunctions cuda error"), std::string::npos);
 }
 
@@ -178,10 +178,10 @@ TEST(CudaWithoutProgram, ConversionsCannotLoadTheirKernels) {
     CudaSession session;
     if (!session.ready()) GTEST_SKIP() << session.why();
     std::unique_ptr<CudaContext> c = CudaContext::create(session.context(), nullptr);
-    HostFrame a(102, 4, 4), b(102, 4, 4);
+    FrameBuffers a(102, 4, 4), b(102, 4, 4);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(c->convertColor(&a.frame, &b.frame), kKROLoadCUDAKernelError);
-    EXPECT_EQ(c->rotate(&a.frame, &b.frame, 1), kKROLoadCUDAKernelError);
+    EXPECT_EQ(c->convertColor(a.raw(), b.raw()), kKROLoadCUDAKernelError);
+    EXPECT_EQ(c->rotate(a.raw(), b.raw(), 1), kKROLoadCUDAKernelError);
     EXPECT_FALSE(KROCuda::checkCUDAPTXSupported());
     testing::internal::GetCapturedStdout();
 }

@@ -1,8 +1,17 @@
-// Caller-side frame buffers in the shape the public API takes (plane and
-// stride arrays), over HostFrame's exactly sized planes.
+// Caller-side frames for tests: one block per plane, sized exactly stride x
+// rows (the last row's padding included), on the heap or against an
+// inaccessible page, so the first byte read or written outside a plane is
+// reported (AddressSanitizer) or faults (guard page). The plane and stride
+// arrays come in the shape the public API takes.
 #pragma once
 
-#include "support/host_frame.h"
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include "core/frame.h"
+#include "core/pixel_format_table.h"
+#include "support/guarded_block.h"
 
 namespace KROCOLOR {
 namespace test {
@@ -10,24 +19,41 @@ namespace test {
 class FrameBuffers {
 public:
     // `padding` extra bytes at the end of every row (a stride wider than the row).
-    FrameBuffers(int32_t format, int width, int height, int padding = 0, Placement placement = Placement::Heap)
-        : host_(format, width, height, padding, placement) {
-        for (int p = 0; p < 4; ++p) constPlanes_[p] = host_.frame.planes[p];
+    FrameBuffers(int32_t format, int width, int height, int padding = 0, Placement placement = Placement::Heap) {
+        frame_.width = width;
+        frame_.height = height;
+        frame_.format = format;
+        const FormatTraits* t = formatTraits(format);
+        planes_ = t ? KROCOLOR::planeCount(*t) : 0;
+        for (int p = 0; p < planes_; ++p) {
+            frame_.strides[p] = static_cast<int32_t>(planeRowBytes(*t, p, width) + padding);
+            sizes_[p] = static_cast<size_t>(frame_.strides[p] * planeRows(*t, p, height));
+            storage_[p].reset(new GuardedBlock(sizes_[p], placement));
+            constPlanes_[p] = frame_.planes[p] = storage_[p]->data();
+        }
     }
 
-    int32_t format() const { return host_.frame.format; }
-    int width() const { return host_.frame.width; }
-    int height() const { return host_.frame.height; }
-    uint8_t* plane(int p) { return host_.frame.planes[p]; }
-    const uint8_t* plane(int p) const { return host_.frame.planes[p]; }
-    size_t size(int p) const { return host_.sizes[p]; }
-    int stride(int p) const { return host_.frame.strides[p]; }
-    int planeCount() const { return host_.planes; }
+    int32_t format() const { return frame_.format; }
+    int width() const { return frame_.width; }
+    int height() const { return frame_.height; }
+    uint8_t* plane(int p) { return frame_.planes[p]; }
+    const uint8_t* plane(int p) const { return frame_.planes[p]; }
+    size_t size(int p) const { return sizes_[p]; }
+    int stride(int p) const { return frame_.strides[p]; }
+    int planeCount() const { return planes_; }
 
     // Arrays in the shape transcode() takes.
     const uint8_t* const* srcPlanes() const { return constPlanes_; }
-    uint8_t* const* dstPlanes() { return host_.frame.planes; }
-    const int* strides() const { return host_.frame.strides; }
+    uint8_t* const* dstPlanes() { return frame_.planes; }
+    const int* strides() const { return frame_.strides; }
+
+    // The descriptor itself (colour fields zero), for kernels that take frame pointers.
+    KROFrame* raw() { return &frame_; }
+    const KROFrame* raw() const { return &frame_; }
+
+    void fill(uint8_t value) {
+        for (int p = 0; p < planes_; ++p) std::memset(frame_.planes[p], value, sizes_[p]);
+    }
 
     // Fills every byte with a deterministic pseudo-random pattern.
     void fillRandom(uint32_t seed) {
@@ -41,7 +67,7 @@ public:
     // The descriptor of these buffers with a colour description.
     KROFrame frame(int32_t primaries = 0, int32_t transfer = 0, int32_t matrix = 0,
                    int32_t range = 0) const {
-        KROFrame f = host_.frame;
+        KROFrame f = frame_;
         f.primaries = primaries;
         f.transfer = transfer;
         f.matrix = matrix;
@@ -50,7 +76,10 @@ public:
     }
 
 private:
-    HostFrame host_;
+    KROFrame frame_;
+    int planes_ = 0;
+    size_t sizes_[4] = {0, 0, 0, 0};
+    std::unique_ptr<GuardedBlock> storage_[4];
     const uint8_t* constPlanes_[4] = {nullptr, nullptr, nullptr, nullptr};
 };
 
