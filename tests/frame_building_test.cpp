@@ -85,25 +85,4 @@ TEST(FormatTable, FamiliesFollowTheHundreds) {
                               isD3D11Format(code) || isOther5Format(code) || isOther6Format(code);
         EXPECT_EQ(t != nullptr, inFamily) << code;
     }
-    EXPECT_EQ(formatTraits(108)->msbShift, 6);
-    EXPECT_EQ(formatTraits(303)->hostTwin, 103);
-    EXPECT_EQ(formatTraits(102)->glTwin, 201);
-}
-
-// Sizes of the planes a frame needs; odd chroma rounds up so the addressing
-// of the last pixel always lands inside the plane.
-TEST(FormatTable, PlaneSizesRoundChromaUp) {
-    const FormatTraits& nv12 = *formatTraits(103);
-    EXPECT_EQ(planeRowBytes(nv12, 0, 5), 5);
-    EXPECT_EQ(planeRowBytes(nv12, 1, 5), 6);
-    EXPECT_EQ(planeRows(nv12, 1, 5), 3);
-    const FormatTraits& yuv411 = *formatTraits(116);
-    EXPECT_EQ(planeRowBytes(yuv411, 1, 5), 2);
-    EXPECT_EQ(planeRows(yuv411, 2, 5), 5);
-    const FormatTraits& p10 = *formatTraits(107);
-    EXPECT_EQ(planeRowBytes(p10, 0, 7), 14);
-    EXPECT_EQ(planeRowBytes(p10, 2, 7), 8);
-    EXPECT_EQ(planeRowBytes(*formatTraits(117), 0, 3), 18);
-    EXPECT_EQ(planeRowBytes(*formatTraits(124), 3, 3), 6);
-    EXPECT_EQ(planeRowBytes(*formatTraits(101), 1, 3), 0);
 }
