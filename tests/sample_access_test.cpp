@@ -70,15 +70,10 @@ void storeSample(const Layout& l, uint8_t* at, uint16_t value) {
     at[l.bigEndian ? 1 : 0] = static_cast<uint8_t>(w & 0xFF);
 }
 
-// A distinct code for component k of pixel (x, y), within the format's depth.
+// A code for component k of pixel (x, y) with every bit of the format's depth in play.
 uint16_t codeFor(const Layout& l, int x, int y, int k) {
-    const uint32_t base = static_cast<uint32_t>(x * 37 + y * 101 + k * 53 + 11);
-    switch (l.depth) {
-    case 8: return static_cast<uint16_t>(base & 0xFF);
-    case 10: return static_cast<uint16_t>((base * 3) & 0x3FF);
-    case 12: return static_cast<uint16_t>((base * 13) & 0xFFF);
-    default: return static_cast<uint16_t>((base * 257 + k) & 0xFFFF);
-    }
+    const uint32_t hash = static_cast<uint32_t>(x * 37 + y * 101 + k * 53 + 11) * 2654435761u;
+    return static_cast<uint16_t>((hash >> 12) & ((1u << l.depth) - 1));
 }
 
 NativePixel pixelFor(const Layout& l, int x, int y) {

@@ -290,18 +290,12 @@ struct ErrorCase {
     const char* environment = nullptr;  // "NAME=value" set for this run only
 };
 
+// `frames` frames of grey (128) after `header`; a fraction cuts the last one short.
 std::vector<uint8_t> y4mFile(const std::string& header, size_t frameBytes, double frames) {
-    std::vector<uint8_t> bytes(header.begin(), header.end());
-    const size_t whole = static_cast<size_t>(frames);
-    for (size_t i = 0; i < whole; ++i) {
-        bytes.insert(bytes.end(), {'F', 'R', 'A', 'M', 'E', '\n'});
-        bytes.insert(bytes.end(), frameBytes, 128);
-    }
-    if (frames > whole) {
-        bytes.insert(bytes.end(), {'F', 'R', 'A', 'M', 'E', '\n'});
-        bytes.insert(bytes.end(), static_cast<size_t>(frameBytes * (frames - whole)), 128);
-    }
-    return bytes;
+    std::string text = header;
+    for (double left = frames; left > 0; left -= 1)
+        text += "FRAME\n" + std::string(static_cast<size_t>(frameBytes * std::min(left, 1.0)), '\x80');
+    return std::vector<uint8_t>(text.begin(), text.end());
 }
 
 void PrintTo(const ErrorCase& c, std::ostream* os) { *os << c.name; }
