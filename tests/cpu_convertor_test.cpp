@@ -1,9 +1,10 @@
 // The scalar CPU convertor end to end: the copy short-cut (with the SIMD
 // convertor's), rows split between chunks and threads on guard-page frames,
-// scaling with and without a colour stage, and the source peak from
-// metadata. Every format pair against the pixel-by-pixel reference is in
-// cpu_vector_rows_test.cpp, the reference's values against worked ones in
-// color_pixel_test.cpp; the libswscale path has its own file.
+// and the source peak from metadata. Every format pair against the
+// pixel-by-pixel reference is in cpu_vector_rows_test.cpp, the reference's
+// values against worked ones in color_pixel_test.cpp; scaling with and
+// without a colour stage is held to the SIMD convertor's separate
+// orchestration by conformance_test.cpp; the libswscale path has its own file.
 #include <gtest/gtest.h>
 
 #include <utility>
@@ -12,7 +13,6 @@
 #include "KROColorFunctions.h"
 #include "color/color_science.h"
 #include "cpu/cpu_context.h"
-#include "cpu/geometry_kernels.h"
 #include "cpu/sample_access.h"
 #include "cpu/xsimd/xsimd_context.h"
 #include "support/format_sweep.h"
@@ -102,40 +102,6 @@ TEST(PipelineSizes, SerialThreadedAndChunkedRowsAgree) {
     for (const auto& size : sizes)
         for (int32_t srcFormat : {103, 107, 116, 124})
             for (int32_t dstFormat : {102, 105, 108, 126}) expectMatchesReference(srcFormat, dstFormat, size[0], size[1]);
-}
-
-// ------------------------------------------------------------------ scaling
-
-TEST(CpuScaling, SameDescriptionScalesDirectlyFromTheSource) {
-    FrameBuffers src(kKRORGBA8888Format, 40, 30), got(kKRORGBA8888Format, 20, 15), want(kKRORGBA8888Format, 20, 15);
-    src.fillRandom(7);
-    KROFrame s = src.frame(1, 1, 0, 2), g = got.frame(1, 1, 0, 2), w = want.frame(1, 1, 0, 2);
-    CPUContext cpu;
-    ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
-    EXPECT_FALSE(cpu.colorStageFrame().allocated());
-    ASSERT_EQ(scaleFrame(s, w, false), kKROSuccess);
-    EXPECT_TRUE(samePlanes(got, want));
-}
-
-TEST(CpuScaling, DifferentDescriptionConvertsAtSourceSizeThenScales) {
-    FrameBuffers src(kKROYUV420PFormat, 33, 21, 5), got(kKRORGB888Format, 50, 11), stage(kKRORGB888Format, 33, 21),
-        want(kKRORGB888Format, 50, 11);
-    src.fillRandom(11);
-    KROFrame s = src.frame(5, 6, 6, 1), g = got.frame(1, 13, 0, 2), st = stage.frame(1, 13, 0, 2),
-             w = want.frame(1, 13, 0, 2);
-    CPUContext cpu;
-    ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
-    const KROFrame& cached = cpu.colorStageFrame().frame();
-    EXPECT_EQ(cached.name.rfind("KROFrame-", 0), 0u);
-    EXPECT_GT(cached.name.size(), 9u);
-    EXPECT_TRUE(cached.width == 33 && cached.format == kKRORGB888Format && cached.transfer == 13);
-    referenceConvert(s, st, 10000);
-    ASSERT_EQ(scaleFrame(st, w, false), kKROSuccess);
-    EXPECT_TRUE(samePlanes(got, want));
-    // The stage frame is kept for the next frame of the same shape.
-    const std::string name = cached.name;
-    ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
-    EXPECT_EQ(cpu.colorStageFrame().frame().name, name);
 }
 
 // ------------------------------------------------------------- source peak
