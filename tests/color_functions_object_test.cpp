@@ -59,46 +59,30 @@ SpyLog transcodeWithSpy(KROColorFunctions& f) {
     return log;
 }
 
-struct DescribeCase {
-    Color stored;
-    int w, h;
-    bool keep;
-    Color want;
-};
-
-void PrintTo(const DescribeCase& c, std::ostream* os) {
-    *os << "{" << c.stored[0] << "," << c.stored[1] << "," << c.stored[2] << "," << c.stored[3] << "} " << c.w << "x"
-        << c.h << (c.keep ? " kept" : "");
-}
-
-class ColorDescriptionRules : public ::testing::TestWithParam<DescribeCase> {};
-
 }  // namespace
 
 // Unspecified values are defaulted by the pixel count (1280 x 720 and more
 // is HD); LOG_SQRT becomes sRGB and YCgCo becomes BT.709; matrix 0 (RGB) and
 // values without a rule pass unchanged; the keep flag passes everything.
-TEST_P(ColorDescriptionRules, ReachTheConvertor) {
-    const DescribeCase& c = GetParam();
-    const ColorDescription got = describeColor({c.stored[0], c.stored[1], c.stored[2], c.stored[3]}, c.w, c.h, c.keep);
-    EXPECT_EQ((Color{got.primaries, got.transfer, got.matrix, got.range}), c.want);
+TEST(ColorFunctionsObject, DescriptionRules) {
+    const struct {
+        Color stored;
+        int w, h;
+        bool keep;
+        Color want;
+    } cases[] = {{{0, 0, 0, 1}, 1280, 720, false, {1, 1, 0, 1}},    {{0, 0, 0, 1}, 1280, 719, false, {5, 6, 0, 1}},
+                 {{0, 0, 0, 1}, 3840, 2160, false, {1, 1, 0, 1}},   {{0, 0, 0, 1}, 921600, 1, false, {1, 1, 0, 1}},
+                 {{2, 10, 8, 0}, 1920, 1080, false, {1, 13, 1, 1}}, {{3, 0, -1, 2}, 720, 576, false, {5, 6, 6, 2}},
+                 {{-7, -3, 3, 5}, 8, 8, false, {-7, -3, 6, 5}},     {{0, 10, 8, 0}, 1920, 1080, true, {0, 10, 8, 0}}};
+    for (const auto& c : cases) {
+        const ColorDescription got = describeColor({c.stored[0], c.stored[1], c.stored[2], c.stored[3]}, c.w, c.h, c.keep);
+        EXPECT_EQ((Color{got.primaries, got.transfer, got.matrix, got.range}), c.want) << "case " << &c - cases;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ColorDescriptionRules,
-    ::testing::Values(DescribeCase{{0, 0, 0, 1}, 1280, 720, false, {1, 1, 0, 1}},
-                      DescribeCase{{0, 0, 0, 1}, 1280, 719, false, {5, 6, 0, 1}},
-                      DescribeCase{{0, 0, 0, 1}, 3840, 2160, false, {1, 1, 0, 1}},
-                      DescribeCase{{0, 0, 0, 1}, 921600, 1, false, {1, 1, 0, 1}},
-                      DescribeCase{{2, 10, 8, 0}, 1920, 1080, false, {1, 13, 1, 1}},
-                      DescribeCase{{3, 0, -1, 2}, 720, 576, false, {5, 6, 6, 2}},
-                      DescribeCase{{-7, -3, 3, 5}, 8, 8, false, {-7, -3, 6, 5}},
-                      DescribeCase{{0, 10, 8, 0}, 1920, 1080, true, {0, 10, 8, 0}}));
-
 // What transcode hands its convertor: each side described at its own size
-// (HD source, small destination) from the initial members (0, 0, 0, 1), then
-// from stored values, with the keep flag reaching both sides; sizes, planes
-// and metadata pass through.
+// (HD source, small destination) from the initial members (0, 0, 0, 1), with
+// the keep flag reaching both sides; sizes, planes and metadata pass through.
 TEST(ColorFunctionsObject, FramesCarryEachSidesDescriptionSizesPlanesAndMetadata) {
     std::unique_ptr<KROColorFunctions> f(KROColorFunctions::create(1280, 720, kKRORGBA8888Format, 8, 4, kKRORGBA8888Format));
     f->setMetaData("src_max_luminance", "1000");
