@@ -155,140 +155,37 @@ std::vector<uint8_t> coordinateFrame(int w, int h) {
 }
 
 // ---------------------------------------------------------------------------
-// Commands checked against results worked out by hand: the text they print
-// and the bytes of the file they write.
+// Commands against results worked out by hand: the text they print and the
+// bytes of the file they write. Bad input gets one line on standard error
+// naming the problem, a non-zero status, and no output file (nor temporary)
+// left behind.
 
-struct OutputCase {
-    const char* name;
-    std::vector<std::pair<std::string, std::vector<uint8_t>>> inputs;  // written first
-    std::vector<std::string> args;                                     // "@": inside the scratch folder
-    int status;
-    std::vector<std::string> out, err;  // each found on standard output / error
-    const char* file;                   // output file checked, or nullptr
-    std::vector<uint8_t> bytes;         // its expected bytes
-    int slack;                          // largest code difference allowed
+// Texts each to be found in one stream: none, one, or a list.
+struct Texts : std::vector<std::string> {
+    Texts(const char* one = nullptr) {
+        if (one) push_back(one);
+    }
+    Texts(std::initializer_list<std::string> all) : std::vector<std::string>(all) {}
 };
 
-void PrintTo(const OutputCase& c, std::ostream* os) { *os << c.name; }
+struct CommandCase {
+    const char* name;
+    std::vector<std::string> args;  // "@": inside the scratch folder
+    int status;
+    Texts err = {}, out = {};           // found on standard error, on standard output
+    const char* file = nullptr;         // output file checked, or nullptr
+    std::vector<uint8_t> bytes = {};    // its expected bytes
+    int slack = 0;                      // largest code difference allowed
+    const char* environment = nullptr;  // "NAME=value" set for this run only
+};
 
-class KrocolorOutputs : public ::testing::TestWithParam<OutputCase> {};
-
-TEST_P(KrocolorOutputs, PrintAndWriteWhatWasWorkedOut) {
-    const OutputCase& c = GetParam();
-    ScratchDir dir;
-    for (const auto& input : c.inputs) writeFile(dir / input.first, input.second);
-    RunResult r = runKrocolor(inScratch(dir, c.args), dir.path());
-    ASSERT_EQ(r.status, c.status) << r.err;
-    for (const auto& text : c.out) EXPECT_NE(r.out.find(text), std::string::npos) << text << "\n" << r.out;
-    for (const auto& text : c.err) EXPECT_NE(r.err.find(text), std::string::npos) << text << "\n" << r.err;
-    if (!c.file) return;
-    const std::vector<uint8_t> got = readFile(dir / c.file);
-    ASSERT_EQ(got.size(), c.bytes.size());
-    for (size_t i = 0; i < got.size(); ++i) EXPECT_NEAR(got[i], c.bytes[i], c.slack) << "byte " << i;
-}
+void PrintTo(const CommandCase& c, std::ostream* os) { *os << c.name; }
 
 std::vector<uint8_t> repeated(const std::vector<uint8_t>& pixel, int count) {
     std::vector<uint8_t> all;
     for (int i = 0; i < count; ++i) all.insert(all.end(), pixel.begin(), pixel.end());
     return all;
 }
-
-std::vector<OutputCase> outputCases() {
-    // Two 2x2 rgb24 frames of 100; the second has R +3 at one pixel and G -1 at another.
-    const std::vector<uint8_t> a(12, 100), b = {103, 100, 100, 100, 99, 100, 100, 100, 100, 100, 100, 100};
-    // 4x2 nv12: 8 luma bytes, then 2 U/V pairs; the second changes the second V by 10.
-    const std::vector<uint8_t> nv12 = {16, 17, 18, 19, 20, 21, 22, 23, 100, 110, 120, 130};
-    std::vector<uint8_t> nv12b = nv12;
-    nv12b[11] = 140;
-    const std::vector<std::string> compare = {"compare", "@a.rgb", "@b.rgb", "-s", "2x2", "-f", "rgb24"};
-    auto with = [](std::vector<std::string> args, std::initializer_list<std::string> more) {
-        args.insert(args.end(), more);
-        return args;
-    };
-    const std::vector<uint8_t> srgbColours = {255, 0, 0, 255, 0, 255, 0, 255, 128, 128, 128, 255};  // red, green, 50% grey
-    const std::vector<std::string> icc = {"icc", "@in.rgba", "@out.rgb", "-s", "3x1", "--in-format", "rgba",
-                                          "--out-format", "rgb24", "--icc-in", "srgb", "--icc-out"};
-    return {
-        // compare: per-component largest difference and PSNR = 10 log10(peak^2 / MSE).
-        // R: MSE 9/4 -> 10 log10(65025 / 2.25) = 44.61; G: MSE 1/4 -> 54.15; B: identical.
-        {"CompareRgb", {{"a.rgb", a}, {"b.rgb", b}}, compare, 0,
-         {"R                3     44.61", "G                1     54.15", "B                0       inf"}, {}, nullptr, {}, 0},
-        {"CompareAboveMaxDiff", {{"a.rgb", a}, {"b.rgb", b}}, with(compare, {"--max-diff", "2"}), 1, {},
-         {"largest difference 3 exceeds --max-diff 2"}, nullptr, {}, 0},
-        {"CompareWithinMaxDiff", {{"a.rgb", a}, {"b.rgb", b}}, with(compare, {"--max-diff", "3"}), 0, {}, {}, nullptr, {}, 0},
-        // V: one of two samples differs by 10 -> MSE 50 -> 10 log10(65025 / 50) = 31.14.
-        {"CompareSemiPlanarChroma", {{"a.nv12", nv12}, {"b.nv12", nv12b}},
-         {"compare", "@a.nv12", "@b.nv12", "-s", "4x2", "-f", "nv12"}, 0,
-         {"U                0       inf", "V               10     31.14"}, {}, nullptr, {}, 0},
-        // Byte layouts: grey is (299 R + 587 G + 114 B + 500) / 1000, alpha from nothing 255.
-        // (2990 + 11740 + 3420 + 500) / 1000 = 18; white 255; black 0; red (76245 + 500) / 1000 = 76.
-        {"RgbToGrey", {{"in.rgb", {10, 20, 30, 255, 255, 255, 0, 0, 0, 255, 0, 0}}},
-         {"convert", "@in.rgb", "@out.raw", "-s", "2x2", "--in-format", "rgb24", "--out-format", "gray"}, 0, {}, {},
-         "out.raw", {18, 255, 0, 76}, 0},
-        {"GreyToRgba", {{"in.raw", {18, 255, 0, 76}}},
-         {"convert", "@in.raw", "@out.rgba", "-s", "2x2", "--in-format", "i8", "--out-format", "rgba"}, 0, {}, {},
-         "out.rgba", {18, 18, 18, 255, 255, 255, 255, 255, 0, 0, 0, 255, 76, 76, 76, 255}, 0},
-        // Crop keeps the rectangle 2:1 3x2 of a frame whose pixels carry R = x, G = y.
-        {"Crop", {{"in.rgba", coordinateFrame(6, 4)}},
-         {"convert", "@in.rgba", "@out.rgba", "-s", "6x4", "--in-format", "rgba", "--out-format", "rgba", "--crop",
-          "2:1:3:2"},
-         0, {}, {}, "out.rgba",
-         {2, 1, 7, 255, 3, 1, 7, 255, 4, 1, 7, 255, 2, 2, 7, 255, 3, 2, 7, 255, 4, 2, 7, 255}, 0},
-        // EXIF orientation 6 turns the 3x2 frame a quarter clockwise: destination
-        // (x, y) takes source (y, 1 - x). Every orientation's table is checked on
-        // every format by the library's geometry sweep.
-        {"Orientation6", {{"in.rgba", coordinateFrame(3, 2)}},
-         {"convert", "@in.rgba", "@out.rgba", "-s", "3x2", "--in-format", "rgba", "--out-format", "rgba",
-          "--orientation", "6"},
-         0, {}, {}, "out.rgba", {0, 1, 7, 255, 0, 0, 7, 255, 1, 1, 7, 255, 1, 0, 7, 255, 2, 1, 7, 255, 2, 0, 7, 255}, 0},
-        // Scaling a flat colour gives the asked size in the same colour.
-        {"Scale", {{"in.rgba", repeated({10, 20, 30, 255}, 6 * 4)}},
-         {"convert", "@in.rgba", "@out.rgb", "-s", "6x4", "--in-format", "rgba", "--out-format", "rgb24", "--scale",
-          "12x10"},
-         0, {}, {}, "out.rgb", repeated({10, 20, 30}, 12 * 10), 0},
-        // Names given on the command line are printed back canonically with -v.
-        {"VerboseNames", {{"in.yuv", bytesOf({legalFrame("yuv420p10le", 8, 4, 3)})}},
-         {"convert", "@in.yuv", "@out.png", "-s", "8x4", "--in-format", "107", "--in-primaries", "2020",
-          "--in-transfer", "pq", "--in-matrix", "2020_ncl", "--in-range", "limited", "--primaries", "display-p3",
-          "--transfer", "srgb", "-v"},
-         0, {},
-         {"yuv420p10le (107), primaries bt2020 (9), transfer smpte2084 (16), matrix bt2020nc (9), range tv (1)",
-          "rgba (102), primaries smpte432 (12), transfer iec61966-2-1 (13), matrix gbr (0), range pc (2)"},
-         nullptr, {}, 0},
-        // sRGB colours re-encoded by the embedded profiles. Expected codes from
-        // tests/tools/icc_expected.py (published primaries, D65, the sRGB curve
-        // and Adobe's gamma 563/256); one code of slack for the profiles' own
-        // rounding (colorants stored as s15Fixed16 numbers).
-        {"IccDisplayP3", {{"in.rgba", srgbColours}}, with(icc, {"displayp3"}), 0, {}, {}, "out.rgb",
-         {234, 51, 35, 117, 251, 76, 128, 128, 128}, 1},
-        {"IccAdobeRgb", {{"in.rgba", srgbColours}}, with(icc, {"adobergb"}), 0, {}, {}, "out.rgb",
-         {219, 0, 0, 144, 255, 60, 127, 127, 127}, 1},
-        {"FormatsTable", {}, {"formats"}, 0,
-         {"\n101   rgb24 ", "\n103   nv12 ", "\n108   p010le ", "\n116   yuv411p ", "\n125   yuva444p12le ",
-          "\n126   cmyk ", "\n303   cuda-nv12 "},
-         {}, nullptr, {}, 0},
-        // sRGB white is the D65 white; L* and b* as tests/tools/color_expected.py prints them.
-        {"LabOfSrgbWhite", {}, {"lab", "--primaries", "bt709", "--transfer", "srgb", "1", "1", "1"}, 0,
-         {"L*=100.0000 a*=", " b*=-0.0186"}, {}, nullptr, {}, 0},
-        {"ColorsTable", {}, {"colors"}, 0,
-         {"smpte2084", "arib-std-b67", "iec61966-2-1", "bt2020nc", "display-p3", "gamma2.6", "tv"}, {}, nullptr, {}, 0},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(Commands, KrocolorOutputs, ::testing::ValuesIn(outputCases()),
-                         [](const ::testing::TestParamInfo<OutputCase>& info) { return info.param.name; });
-
-// ---------------------------------------------------------------------------
-// Bad input: one line on standard error naming the problem, a non-zero
-// status, and no output file (nor temporary) left behind.
-
-struct ErrorCase {
-    const char* name;
-    std::vector<std::string> args;  // "@" prefixes a name inside the scratch folder
-    int status;
-    const char* message;
-    const char* environment = nullptr;  // "NAME=value" set for this run only
-};
 
 // `frames` frames of grey (128) after `header`; a fraction cuts the last one short.
 std::vector<uint8_t> y4mFile(const std::string& header, size_t frameBytes, double frames) {
@@ -298,16 +195,27 @@ std::vector<uint8_t> y4mFile(const std::string& header, size_t frameBytes, doubl
     return std::vector<uint8_t>(text.begin(), text.end());
 }
 
-void PrintTo(const ErrorCase& c, std::ostream* os) { *os << c.name; }
+class KrocolorCommands : public ::testing::TestWithParam<CommandCase> {};
 
-class KrocolorErrors : public ::testing::TestWithParam<ErrorCase> {};
-
-TEST_P(KrocolorErrors, OneLineAndNoOutput) {
-    const ErrorCase& c = GetParam();
+TEST_P(KrocolorCommands, PrintAndWriteWhatWasWorkedOut) {
+    const CommandCase& c = GetParam();
     ScratchDir dir;
-    // Inputs the cases refer to: an 8x4 yuv420p y4m of 2 frames (48 bytes
-    // each), the same with the second frame cut short, a raw file that is not
-    // a whole number of frames, a y4m of an unsupported sampling, a cut PNG.
+    // Two 2x2 rgb24 frames of 100; the second has R +3 at one pixel and G -1 at another.
+    writeFile(dir / "a.rgb", std::vector<uint8_t>(12, 100));
+    writeFile(dir / "b.rgb", {103, 100, 100, 100, 99, 100, 100, 100, 100, 100, 100, 100});
+    // 4x2 nv12: 8 luma bytes, then 2 U/V pairs; the second changes the second V by 10.
+    writeFile(dir / "a.nv12", {16, 17, 18, 19, 20, 21, 22, 23, 100, 110, 120, 130});
+    writeFile(dir / "b.nv12", {16, 17, 18, 19, 20, 21, 22, 23, 100, 110, 120, 140});
+    writeFile(dir / "in.rgb", {10, 20, 30, 255, 255, 255, 0, 0, 0, 255, 0, 0});
+    writeFile(dir / "in.raw", {18, 255, 0, 76});
+    writeFile(dir / "coords6x4.rgba", coordinateFrame(6, 4));
+    writeFile(dir / "coords3x2.rgba", coordinateFrame(3, 2));
+    writeFile(dir / "flat.rgba", repeated({10, 20, 30, 255}, 6 * 4));
+    writeFile(dir / "in.yuv", bytesOf({legalFrame("yuv420p10le", 8, 4, 3)}));
+    writeFile(dir / "srgb.rgba", {255, 0, 0, 255, 0, 255, 0, 255, 128, 128, 128, 255});  // red, green, 50% grey
+    // An 8x4 yuv420p y4m of 2 frames (48 bytes each), the same with the
+    // second frame cut short, a raw file that is not a whole number of
+    // frames, a y4m of an unsupported sampling, a cut PNG.
     writeFile(dir / "ok.y4m", y4mFile("YUV4MPEG2 W8 H4 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED\n", 48, 2));
     writeFile(dir / "cut.y4m", y4mFile("YUV4MPEG2 W8 H4 F25:1 C420jpeg\n", 48, 1.5));
     writeFile(dir / "mono.y4m", y4mFile("YUV4MPEG2 W8 H4 F25:1 Cmono\n", 32, 1));
@@ -331,75 +239,146 @@ TEST_P(KrocolorErrors, OneLineAndNoOutput) {
     }
     RunResult r = runKrocolor(inScratch(dir, c.args), dir.path());
     if (c.environment) unsetenv(name.c_str());
-    EXPECT_EQ(r.status, c.status) << r.err;
-    EXPECT_EQ(r.err.rfind("krocolor: ", 0), 0u) << r.err;
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
-    EXPECT_EQ(listFolder(dir.path()).size(), before.size()) << "an output or temporary file was left";
-    EXPECT_EQ(readFile(dir / "out.y4m"), (std::vector<uint8_t>{'o', 'l', 'd'}));
+    ASSERT_EQ(r.status, c.status) << r.err;
+    for (const auto& text : c.err) EXPECT_NE(r.err.find(text), std::string::npos) << text << "\n" << r.err;
+    for (const auto& text : c.out) EXPECT_NE(r.out.find(text), std::string::npos) << text << "\n" << r.out;
+    if (c.status != 0) {
+        EXPECT_EQ(r.err.rfind("krocolor: ", 0), 0u) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+        EXPECT_EQ(listFolder(dir.path()).size(), before.size()) << "an output or temporary file was left";
+        EXPECT_EQ(readFile(dir / "out.y4m"), (std::vector<uint8_t>{'o', 'l', 'd'}));
+    }
+    if (!c.file) return;
+    const std::vector<uint8_t> got = readFile(dir / c.file);
+    ASSERT_EQ(got.size(), c.bytes.size());
+    for (size_t i = 0; i < got.size(); ++i) EXPECT_NEAR(got[i], c.bytes[i], c.slack) << "byte " << i;
 }
 
-const ErrorCase kErrorCases[] = {
-    {"UnknownPrimaries", {"convert", "@ok.y4m", "@out.y4m", "--primaries", "bt2021"}, 2,
-     "--primaries: unknown primaries 'bt2021'"},
-    {"UnknownTransfer", {"convert", "@ok.y4m", "@out.y4m", "--in-transfer", "pq10"}, 2, "unknown transfer 'pq10'"},
-    {"UnknownMatrix", {"convert", "@ok.y4m", "@out.y4m", "--matrix", "bt2021nc"}, 2, "unknown matrix 'bt2021nc'"},
-    {"UnknownRange", {"convert", "@ok.y4m", "@out.y4m", "--range", "medium"}, 2, "unknown range 'medium'"},
-    {"UnknownFormat", {"convert", "@odd.raw", "@out.y4m", "-s", "8x4", "--in-format", "nv13"}, 2,
-     "unknown pixel format 'nv13'"},
-    {"UnknownOption", {"convert", "@ok.y4m", "@out.y4m", "--colour", "red"}, 2, "unknown option --colour"},
-    {"UnknownCommand", {"transmogrify"}, 2, "unknown command 'transmogrify'"},
-    {"ZeroSize", {"convert", "@odd.raw", "@out.y4m", "-s", "0x4", "--in-format", "rgba"}, 2, "is impossible"},
-    {"NotASize", {"convert", "@odd.raw", "@out.y4m", "-s", "8by4", "--in-format", "rgba"}, 2, "is not a size WxH"},
-    {"RawWithoutSize", {"convert", "@odd.raw", "@out.y4m"}, 2, "raw input needs its size"},
-    {"RawNotWholeFrames", {"convert", "@odd.raw", "@out.y4m", "-s", "8x4", "--in-format", "rgba"}, 1,
-     "131 bytes is not a whole number of 128-byte frames"},
-    {"TruncatedY4m", {"convert", "@cut.y4m", "@out.y4m"}, 1, "truncated frame 2"},
-    {"TruncatedPng", {"convert", "@cut.png", "@out.y4m"}, 1, "bad PNG"},
-    {"UnsupportedY4mSampling", {"convert", "@mono.y4m", "@out.y4m"}, 1, "colour space Cmono has no krocolor pixel format"},
-    {"FormatNotFittingPng", {"convert", "@ok.y4m", "@out.png", "--out-format", "nv12"}, 2,
-     "output format nv12 does not fit a png file"},
-    {"FormatNotFittingY4m", {"convert", "@ok.y4m", "@out.y4m", "--out-format", "p010le"}, 2,
-     "output format p010le does not fit a y4m file"},
-    {"InFormatNotFittingY4m", {"convert", "@ok.y4m", "@out.y4m", "--in-format", "nv12"}, 2,
-     "the file holds yuv420p (C420jpeg); --in-format nv12 does not fit it"},
-    {"InFormatNotFittingPng", {"convert", "@good.png", "@out.y4m", "--in-format", "yuv444p"}, 2,
-     "--in-format yuv444p does not fit it"},
-    {"TwoFramesIntoPng", {"convert", "@ok.y4m", "@out.png"}, 2, "a PNG holds one frame"},
-    {"GpuFormatAsInput", {"convert", "@odd.raw", "@out.y4m", "-s", "8x4", "--in-format", "cuda-nv12"}, 2,
-     "lives in GPU memory"},
-    {"ByteLayoutFromYuv", {"convert", "@ok.y4m", "@out.raw", "--out-format", "gray"}, 1,
-     "byte-format conversion yuv420p to gray failed: Unknown error. (KROReturn 1)"},
-    {"ByteLayoutWithScale", {"convert", "@frame.rgba", "@out.raw", "-s", "8x4", "--in-format", "rgba", "--out-format",
-                             "gray", "--scale", "4x2"},
-     2, "--scale does not apply to byte-layout conversions"},
-    {"IccBrokenProfile", {"icc", "@good.png", "@out.png", "--icc-in", "@odd.raw"}, 1,
-     "Invalid ICC profile. (KROReturn 27)"},
-    {"IccFormatOutsideThePath", {"icc", "@ok.y4m", "@out.png", "--frames", "1"}, 1,
-     "Input PixelFormat not supported. (KROReturn 25)"},
-    {"MissingInput", {"convert", "@nothing.y4m", "@out.y4m"}, 1, "nothing.y4m: cannot open"},
-    {"CropOutside", {"convert", "@ok.y4m", "@out.y4m", "--crop", "4:0:8:4"}, 2, "does not fit inside the 8x4 input"},
-    {"OrientationZero", {"convert", "@ok.y4m", "@out.y4m", "--orientation", "0"}, 2, "--orientation: '0'"},
-    {"UnknownBackend", {"convert", "@ok.y4m", "@out.y4m", "--backend", "quantum"}, 2, "unknown backend 'quantum'"},
-    // Without any Vulkan driver the Direct3D 11 layer has no device to offer.
-    {"BackendWithoutDevice", {"convert", "@ok.y4m", "@out.y4m", "--backend", "d3d11"}, 1,
-     "backend d3d11 is not available: no Direct3D 11 device", "VK_ICD_FILENAMES=/nonexistent/icd.json"},
-    {"MetadataWithoutValue", {"convert", "@ok.y4m", "@out.y4m", "--metadata", "src_max_luminance"}, 2,
-     "is not key=value"},
-    // Refusals of the library carry its own message and code.
-    {"LibraryRefusesPrimaries", {"convert", "@ok.y4m", "@out.y4m", "--primaries", "25"}, 1,
-     "Set color primaries error, not support. (KROReturn 3)"},
-    {"LibraryRefusesMatrix", {"convert", "@ok.y4m", "@out.y4m", "--in-matrix", "15"}, 1,
-     "Set color matrix error, not support. (KROReturn 4)"},
-    {"LibraryRefusesTransfer", {"convert", "@ok.y4m", "@out.y4m", "--transfer", "101"}, 1,
-     "set color transfer error, not support. (KROReturn 5)"},
-    {"CompareDifferentFormats", {"compare", "@ok.y4m", "@good.png"}, 1, "compare needs the same size and format"},
-    {"LabNeedsThreeValues", {"lab", "0.5", "0.5"}, 2, "lab needs three signal values"},
-    {"LabNotANumber", {"lab", "0.5", "half", "0.5"}, 2, "'half' is not a number"},
-};
+std::vector<CommandCase> commandCases() {
+    const std::vector<std::string> compare = {"compare", "@a.rgb", "@b.rgb", "-s", "2x2", "-f", "rgb24"};
+    auto with = [](std::vector<std::string> args, std::initializer_list<std::string> more) {
+        args.insert(args.end(), more);
+        return args;
+    };
+    const std::vector<std::string> icc = {"icc", "@srgb.rgba", "@out.rgb", "-s", "3x1", "--in-format", "rgba",
+                                          "--out-format", "rgb24", "--icc-in", "srgb", "--icc-out"};
+    return {
+        // compare: per-component largest difference and PSNR = 10 log10(peak^2 / MSE).
+        // R: MSE 9/4 -> 10 log10(65025 / 2.25) = 44.61; G: MSE 1/4 -> 54.15; B: identical.
+        {"CompareRgb", compare, 0, {},
+         {"R                3     44.61", "G                1     54.15", "B                0       inf"}},
+        {"CompareAboveMaxDiff", with(compare, {"--max-diff", "2"}), 1, "largest difference 3 exceeds --max-diff 2"},
+        {"CompareWithinMaxDiff", with(compare, {"--max-diff", "3"}), 0},
+        // V: one of two samples differs by 10 -> MSE 50 -> 10 log10(65025 / 50) = 31.14.
+        {"CompareSemiPlanarChroma", {"compare", "@a.nv12", "@b.nv12", "-s", "4x2", "-f", "nv12"}, 0, {},
+         {"U                0       inf", "V               10     31.14"}},
+        // Byte layouts: grey is (299 R + 587 G + 114 B + 500) / 1000, alpha from nothing 255.
+        // (2990 + 11740 + 3420 + 500) / 1000 = 18; white 255; black 0; red (76245 + 500) / 1000 = 76.
+        {"RgbToGrey", {"convert", "@in.rgb", "@out.raw", "-s", "2x2", "--in-format", "rgb24", "--out-format", "gray"}, 0,
+         {}, {}, "out.raw", {18, 255, 0, 76}},
+        {"GreyToRgba", {"convert", "@in.raw", "@out.rgba", "-s", "2x2", "--in-format", "i8", "--out-format", "rgba"}, 0,
+         {}, {}, "out.rgba", {18, 18, 18, 255, 255, 255, 255, 255, 0, 0, 0, 255, 76, 76, 76, 255}},
+        // Crop keeps the rectangle 2:1 3x2 of a frame whose pixels carry R = x, G = y.
+        {"Crop",
+         {"convert", "@coords6x4.rgba", "@out.rgba", "-s", "6x4", "--in-format", "rgba", "--out-format", "rgba",
+          "--crop", "2:1:3:2"},
+         0, {}, {}, "out.rgba", {2, 1, 7, 255, 3, 1, 7, 255, 4, 1, 7, 255, 2, 2, 7, 255, 3, 2, 7, 255, 4, 2, 7, 255}},
+        // EXIF orientation 6 turns the 3x2 frame a quarter clockwise: destination
+        // (x, y) takes source (y, 1 - x). Every orientation's table is checked on
+        // every format by the library's geometry sweep.
+        {"Orientation6",
+         {"convert", "@coords3x2.rgba", "@out.rgba", "-s", "3x2", "--in-format", "rgba", "--out-format", "rgba",
+          "--orientation", "6"},
+         0, {}, {}, "out.rgba", {0, 1, 7, 255, 0, 0, 7, 255, 1, 1, 7, 255, 1, 0, 7, 255, 2, 1, 7, 255, 2, 0, 7, 255}},
+        // Scaling a flat colour gives the asked size in the same colour.
+        {"Scale",
+         {"convert", "@flat.rgba", "@out.rgb", "-s", "6x4", "--in-format", "rgba", "--out-format", "rgb24", "--scale",
+          "12x10"},
+         0, {}, {}, "out.rgb", repeated({10, 20, 30}, 12 * 10)},
+        // Names given on the command line are printed back canonically with -v.
+        {"VerboseNames",
+         {"convert", "@in.yuv", "@out.png", "-s", "8x4", "--in-format", "107", "--in-primaries", "2020",
+          "--in-transfer", "pq", "--in-matrix", "2020_ncl", "--in-range", "limited", "--primaries", "display-p3",
+          "--transfer", "srgb", "-v"},
+         0,
+         {"yuv420p10le (107), primaries bt2020 (9), transfer smpte2084 (16), matrix bt2020nc (9), range tv (1)",
+          "rgba (102), primaries smpte432 (12), transfer iec61966-2-1 (13), matrix gbr (0), range pc (2)"}},
+        // sRGB colours re-encoded by the embedded profiles. Expected codes from
+        // tests/tools/icc_expected.py (published primaries, D65, the sRGB curve
+        // and Adobe's gamma 563/256); one code of slack for the profiles' own
+        // rounding (colorants stored as s15Fixed16 numbers).
+        {"IccDisplayP3", with(icc, {"displayp3"}), 0, {}, {}, "out.rgb", {234, 51, 35, 117, 251, 76, 128, 128, 128}, 1},
+        {"IccAdobeRgb", with(icc, {"adobergb"}), 0, {}, {}, "out.rgb", {219, 0, 0, 144, 255, 60, 127, 127, 127}, 1},
+        {"FormatsTable", {"formats"}, 0, {},
+         {"\n101   rgb24 ", "\n103   nv12 ", "\n108   p010le ", "\n116   yuv411p ", "\n125   yuva444p12le ",
+          "\n126   cmyk ", "\n303   cuda-nv12 "}},
+        // sRGB white is the D65 white; L* and b* as tests/tools/color_expected.py prints them.
+        {"LabOfSrgbWhite", {"lab", "--primaries", "bt709", "--transfer", "srgb", "1", "1", "1"}, 0, {},
+         {"L*=100.0000 a*=", " b*=-0.0186"}},
+        {"ColorsTable", {"colors"}, 0, {},
+         {"smpte2084", "arib-std-b67", "iec61966-2-1", "bt2020nc", "display-p3", "gamma2.6", "tv"}},
+        // Bad input.
+        {"UnknownPrimaries", {"convert", "@ok.y4m", "@out.y4m", "--primaries", "bt2021"}, 2,
+         "--primaries: unknown primaries 'bt2021'"},
+        {"UnknownTransfer", {"convert", "@ok.y4m", "@out.y4m", "--in-transfer", "pq10"}, 2, "unknown transfer 'pq10'"},
+        {"UnknownMatrix", {"convert", "@ok.y4m", "@out.y4m", "--matrix", "bt2021nc"}, 2, "unknown matrix 'bt2021nc'"},
+        {"UnknownRange", {"convert", "@ok.y4m", "@out.y4m", "--range", "medium"}, 2, "unknown range 'medium'"},
+        {"UnknownFormat", {"convert", "@odd.raw", "@out.y4m", "-s", "8x4", "--in-format", "nv13"}, 2,
+         "unknown pixel format 'nv13'"},
+        {"UnknownOption", {"convert", "@ok.y4m", "@out.y4m", "--colour", "red"}, 2, "unknown option --colour"},
+        {"UnknownCommand", {"transmogrify"}, 2, "unknown command 'transmogrify'"},
+        {"ZeroSize", {"convert", "@odd.raw", "@out.y4m", "-s", "0x4", "--in-format", "rgba"}, 2, "is impossible"},
+        {"NotASize", {"convert", "@odd.raw", "@out.y4m", "-s", "8by4", "--in-format", "rgba"}, 2, "is not a size WxH"},
+        {"RawWithoutSize", {"convert", "@odd.raw", "@out.y4m"}, 2, "raw input needs its size"},
+        {"RawNotWholeFrames", {"convert", "@odd.raw", "@out.y4m", "-s", "8x4", "--in-format", "rgba"}, 1,
+         "131 bytes is not a whole number of 128-byte frames"},
+        {"TruncatedY4m", {"convert", "@cut.y4m", "@out.y4m"}, 1, "truncated frame 2"},
+        {"TruncatedPng", {"convert", "@cut.png", "@out.y4m"}, 1, "bad PNG"},
+        {"UnsupportedY4mSampling", {"convert", "@mono.y4m", "@out.y4m"}, 1, "colour space Cmono has no krocolor pixel format"},
+        {"FormatNotFittingPng", {"convert", "@ok.y4m", "@out.png", "--out-format", "nv12"}, 2,
+         "output format nv12 does not fit a png file"},
+        {"FormatNotFittingY4m", {"convert", "@ok.y4m", "@out.y4m", "--out-format", "p010le"}, 2,
+         "output format p010le does not fit a y4m file"},
+        {"InFormatNotFittingY4m", {"convert", "@ok.y4m", "@out.y4m", "--in-format", "nv12"}, 2,
+         "the file holds yuv420p (C420jpeg); --in-format nv12 does not fit it"},
+        {"InFormatNotFittingPng", {"convert", "@good.png", "@out.y4m", "--in-format", "yuv444p"}, 2,
+         "--in-format yuv444p does not fit it"},
+        {"TwoFramesIntoPng", {"convert", "@ok.y4m", "@out.png"}, 2, "a PNG holds one frame"},
+        {"GpuFormatAsInput", {"convert", "@odd.raw", "@out.y4m", "-s", "8x4", "--in-format", "cuda-nv12"}, 2,
+         "lives in GPU memory"},
+        {"ByteLayoutFromYuv", {"convert", "@ok.y4m", "@out.raw", "--out-format", "gray"}, 1,
+         "byte-format conversion yuv420p to gray failed: Unknown error. (KROReturn 1)"},
+        {"ByteLayoutWithScale", {"convert", "@frame.rgba", "@out.raw", "-s", "8x4", "--in-format", "rgba", "--out-format",
+                                 "gray", "--scale", "4x2"},
+         2, "--scale does not apply to byte-layout conversions"},
+        {"IccBrokenProfile", {"icc", "@good.png", "@out.png", "--icc-in", "@odd.raw"}, 1,
+         "Invalid ICC profile. (KROReturn 27)"},
+        {"IccFormatOutsideThePath", {"icc", "@ok.y4m", "@out.png", "--frames", "1"}, 1,
+         "Input PixelFormat not supported. (KROReturn 25)"},
+        {"MissingInput", {"convert", "@nothing.y4m", "@out.y4m"}, 1, "nothing.y4m: cannot open"},
+        {"CropOutside", {"convert", "@ok.y4m", "@out.y4m", "--crop", "4:0:8:4"}, 2, "does not fit inside the 8x4 input"},
+        {"OrientationZero", {"convert", "@ok.y4m", "@out.y4m", "--orientation", "0"}, 2, "--orientation: '0'"},
+        {"UnknownBackend", {"convert", "@ok.y4m", "@out.y4m", "--backend", "quantum"}, 2, "unknown backend 'quantum'"},
+        // Without any Vulkan driver the Direct3D 11 layer has no device to offer.
+        {"BackendWithoutDevice", {"convert", "@ok.y4m", "@out.y4m", "--backend", "d3d11"}, 1,
+         "backend d3d11 is not available: no Direct3D 11 device", {}, nullptr, {}, 0, "VK_ICD_FILENAMES=/nonexistent/icd.json"},
+        {"MetadataWithoutValue", {"convert", "@ok.y4m", "@out.y4m", "--metadata", "src_max_luminance"}, 2,
+         "is not key=value"},
+        // Refusals of the library carry its own message and code.
+        {"LibraryRefusesPrimaries", {"convert", "@ok.y4m", "@out.y4m", "--primaries", "25"}, 1,
+         "Set color primaries error, not support. (KROReturn 3)"},
+        {"LibraryRefusesMatrix", {"convert", "@ok.y4m", "@out.y4m", "--in-matrix", "15"}, 1,
+         "Set color matrix error, not support. (KROReturn 4)"},
+        {"LibraryRefusesTransfer", {"convert", "@ok.y4m", "@out.y4m", "--transfer", "101"}, 1,
+         "set color transfer error, not support. (KROReturn 5)"},
+        {"CompareDifferentFormats", {"compare", "@ok.y4m", "@good.png"}, 1, "compare needs the same size and format"},
+        {"LabNeedsThreeValues", {"lab", "0.5", "0.5"}, 2, "lab needs three signal values"},
+        {"LabNotANumber", {"lab", "0.5", "half", "0.5"}, 2, "'half' is not a number"},
+    };
+}
 
-INSTANTIATE_TEST_SUITE_P(BadInput, KrocolorErrors, ::testing::ValuesIn(kErrorCases),
-                         [](const ::testing::TestParamInfo<ErrorCase>& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Commands, KrocolorCommands, ::testing::ValuesIn(commandCases()),
+                         [](const ::testing::TestParamInfo<CommandCase>& info) { return info.param.name; });
 
 // ---------------------------------------------------------------------------
 // Against FFmpeg: a y4m made by Debian's ffmpeg, converted by krocolor and by
