@@ -36,9 +36,6 @@ Codes convert(Codes in, const ColorSide& src, const ColorSide& dst, int32_t peak
     for (int i = 0; i < 4; ++i) n.c[i] = static_cast<uint16_t>(in[i]);
     return codes(convertPixel(n, src, dst, peak));
 }
-Codes quantised(const Pixel& p, int32_t format, int32_t range = 0) {
-    return codes(quantise(p, *formatTraits(format), range));
-}
 std::array<float, 4> normalised(Codes in, int32_t format, int32_t range = 0) {
     NativePixel n;
     for (int i = 0; i < 4; ++i) n.c[i] = static_cast<uint16_t>(in[i]);
@@ -101,7 +98,7 @@ TEST(ColorPixel, QuantiseRoundsHalfAwayFromZeroAndLimits) {
         {{0.5f, 0.5f, 0.5f, 1}, kKROCMYK8888Format, 0, {0, 0, 0, 128}},
         {{-1, 0, 0, 1}, kKROCMYK8888Format, 0, {0, 0, 0, 255}},
     };
-    for (const auto& c : cases) expectCodes(quantised(c.in, c.format, c.range), c.out, c.format);
+    for (const auto& c : cases) expectCodes(codes(quantise(c.in, *formatTraits(c.format), c.range)), c.out, c.format);
 }
 
 TEST(ColorPixel, IdenticalDescriptionsRequantise) {

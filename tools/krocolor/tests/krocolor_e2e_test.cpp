@@ -71,10 +71,6 @@ struct RoundTripCase {
     const char* y4mTag;  // expected C tag, for y4m
 };
 
-void PrintTo(const RoundTripCase& c, std::ostream* os) {
-    *os << c.format << " via ." << c.extension << " " << c.width << "x" << c.height;
-}
-
 class KrocolorRoundTrip : public ::testing::TestWithParam<RoundTripCase> {};
 
 TEST_P(KrocolorRoundTrip, GivesBackEveryByte) {
@@ -178,8 +174,6 @@ struct CommandCase {
     int slack = 0;                      // largest code difference allowed
     const char* environment = nullptr;  // "NAME=value" set for this run only
 };
-
-void PrintTo(const CommandCase& c, std::ostream* os) { *os << c.name; }
 
 std::vector<uint8_t> repeated(const std::vector<uint8_t>& pixel, int count) {
     std::vector<uint8_t> all;
@@ -399,8 +393,6 @@ struct FfmpegCase {
     const char* range;    // tv or pc
     int tolerance;
 };
-
-void PrintTo(const FfmpegCase& c, std::ostream* os) { *os << c.name; }
 
 class KrocolorAgainstFfmpeg : public ::testing::TestWithParam<FfmpegCase> {};
 
