@@ -39,12 +39,6 @@ void referenceConvert(const KROFrame& src, KROFrame& dst, int32_t peak) {
             writePixel(out, dst, x, y, convertPixel(readPixel(in, src, x, y), s, d, peak));
 }
 
-bool samePlanes(const FrameBuffers& a, const FrameBuffers& b) {
-    for (int p = 0; p < a.planeCount(); ++p)
-        if (a.size(p) != b.size(p) || std::memcmp(a.plane(p), b.plane(p), a.size(p)) != 0) return false;
-    return true;
-}
-
 }  // namespace
 
 // ------------------------------------------------------------ copy short-cut
@@ -94,7 +88,9 @@ void expectMatchesReference(int32_t srcFormat, int32_t dstFormat, int w, int h) 
     cpu.setMetaData(MetaData{{"src_max_luminance", "1000"}});
     ASSERT_EQ(cpu.convertColor(&s, &g), kKROSuccess);
     referenceConvert(s, r, 1000);
-    EXPECT_TRUE(samePlanes(got, want)) << srcFormat << " -> " << dstFormat << " at " << w << "x" << h;
+    for (int p = 0; p < want.planeCount(); ++p)
+        EXPECT_EQ(std::memcmp(got.plane(p), want.plane(p), want.size(p)), 0)
+            << srcFormat << " -> " << dstFormat << " at " << w << "x" << h << " plane " << p;
 }
 
 TEST(PipelineSizes, SerialThreadedAndChunkedRowsAgree) {

@@ -44,15 +44,6 @@ std::vector<uint8_t> bytesOf(const std::vector<Image>& frames) {
     return all;
 }
 
-std::string sizeArg(int w, int h) { return std::to_string(w) + "x" + std::to_string(h); }
-
-// Arguments with "@" in front name files inside the scratch folder.
-std::vector<std::string> inScratch(const ScratchDir& dir, const std::vector<std::string>& args) {
-    std::vector<std::string> out;
-    for (const auto& a : args) out.push_back(a[0] == '@' ? dir / a.substr(1) : a);
-    return out;
-}
-
 bool noTemporaryLeft(const std::string& folder) {
     for (const auto& name : listFolder(folder))
         if (name.find(".tmp-") != std::string::npos) return false;
@@ -81,7 +72,7 @@ TEST_P(KrocolorRoundTrip, GivesBackEveryByte) {
     const std::vector<uint8_t> original = bytesOf(frames);
     writeFile(dir / "in.raw", original);
     const std::string middle = dir / (std::string("middle.") + c.extension);
-    const std::string size = sizeArg(c.width, c.height);
+    const std::string size = std::to_string(c.width) + "x" + std::to_string(c.height);
 
     RunResult there = runKrocolor({"convert", dir / "in.raw", middle, "-s", size, "--in-format", c.format,
                                    "--out-format", c.format, "-q"},
@@ -231,7 +222,9 @@ TEST_P(KrocolorCommands, PrintAndWriteWhatWasWorkedOut) {
         name = e.substr(0, e.find('='));
         setenv(name.c_str(), e.substr(e.find('=') + 1).c_str(), 1);
     }
-    RunResult r = runKrocolor(inScratch(dir, c.args), dir.path());
+    std::vector<std::string> args;  // "@" in front names a file inside the scratch folder
+    for (const auto& a : c.args) args.push_back(a[0] == '@' ? dir / a.substr(1) : a);
+    RunResult r = runKrocolor(args, dir.path());
     if (c.environment) unsetenv(name.c_str());
     ASSERT_EQ(r.status, c.status) << r.err;
     for (const auto& text : c.err) EXPECT_NE(r.err.find(text), std::string::npos) << text << "\n" << r.err;
