@@ -3,6 +3,11 @@
 // disagreement is a bug in one of them.
 #include <gtest/gtest.h>
 
+extern "C" {
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+}
+
 #include "core/frame.h"
 #include "core/pixel_format_table.h"
 #include "pixel_formats.h"
@@ -59,6 +64,37 @@ TEST(FormatTablesAgree, KrocolorKnowsExactlyTheLibrarysCodes) {
             EXPECT_NE(krocolor::pixelFormatByCode(code), nullptr) << code;
         }
     }
+}
+
+// krocolor names its host formats as FFmpeg does (that is what users type),
+// so FFmpeg's own descriptor of each name is the reference for the layout
+// the name stands for, down to the bytes of a frame of odd size.
+TEST(FormatTablesAgree, KrocolorLaysOutEachFfmpegNameAsFfmpegDoes) {
+    int compared = 0;
+    for (const krocolor::PixelFormatInfo& f : krocolor::pixelFormats()) {
+        const AVPixelFormat av = av_get_pix_fmt(f.name);
+        if (f.memory != krocolor::Memory::Host || av == AV_PIX_FMT_NONE) continue;
+        SCOPED_TRACE(f.name);
+        EXPECT_EQ(krocolor::findPixelFormat(f.name), &f);
+        EXPECT_EQ(krocolor::findPixelFormat(std::to_string(f.code)), &f);
+        const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(av);
+        ASSERT_EQ(f.componentCount, d->nb_components);
+        EXPECT_EQ(f.bigEndian, (d->flags & AV_PIX_FMT_FLAG_BE) != 0);
+        for (int c = 0; c < f.componentCount; ++c) {
+            const krocolor::ComponentLayout& k = f.components[c];
+            EXPECT_EQ(k.plane, d->comp[c].plane) << "component " << c;
+            EXPECT_EQ(k.slot * f.bytesPerSample, d->comp[c].offset) << "component " << c;
+            EXPECT_EQ(f.planes[k.plane].interleave * f.bytesPerSample, d->comp[c].step) << "component " << c;
+            EXPECT_EQ(f.depth, d->comp[c].depth) << "component " << c;
+            EXPECT_EQ(f.shift, d->comp[c].shift) << "component " << c;
+        }
+        krocolor::FrameGeometry g;
+        std::string why;
+        ASSERT_TRUE(krocolor::computeGeometry(f, 13, 7, g, why)) << why;
+        EXPECT_EQ(int64_t(g.frameBytes), av_image_get_buffer_size(av, 13, 7, 1));
+        ++compared;
+    }
+    EXPECT_EQ(compared, 24) << "host formats FFmpeg has a name for";
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The command line's vocabulary: every spelling the options document must
-// resolve to the H.273 / KROPixelFormat code it names, and the format table
-// must describe each layout's byte size the way FFmpeg lays the frames out.
+// resolve to the H.273 code it names. The format names are held to FFmpeg's
+// descriptors by tests/format_tables_agree_test.cpp.
 #include <gtest/gtest.h>
 
 #include "color_names.h"
@@ -63,54 +63,6 @@ TEST(KrocolorNames, EveryCanonicalNameRoundTrips) {
         ASSERT_TRUE(parseColorValue(n.kind, n.name, code)) << n.name;
         EXPECT_EQ(code, n.code) << n.name;
         EXPECT_EQ(describeColorValue(n.kind, n.code), std::string(n.name) + " (" + std::to_string(n.code) + ")");
-    }
-}
-
-struct FormatCase {
-    const char* name;
-    int code;
-    int width, height;
-    size_t frameBytes;  // as FFmpeg's rawvideo stores the frame (no padding)
-};
-
-// Frame sizes worked out by hand from each layout; odd sizes round the
-// chroma planes up (ceil(w/2) samples for 4:2:0 and 4:2:2, ceil(w/4) for 4:1:1).
-const FormatCase kFormatCases[] = {
-    {"rgb24", 101, 5, 3, 5 * 3 * 3},
-    {"rgba", 102, 5, 3, 5 * 3 * 4},
-    {"nv12", 103, 5, 3, 5 * 3 + 6 * 2},               // UV plane: 3 pairs x 2 rows
-    {"yuv420p", 104, 5, 3, 15 + 2 * (3 * 2)},
-    {"yuv422p", 105, 5, 3, 15 + 2 * (3 * 3)},
-    {"yuv444p", 106, 5, 3, 3 * 15},
-    {"yuv420p10le", 107, 4, 2, 2 * (8 + 2 * 2)},
-    {"p010le", 108, 4, 2, 2 * (8 + 4)},
-    {"p016le", 109, 4, 2, 2 * (8 + 4)},
-    {"yuv422p10le", 110, 4, 2, 2 * (8 + 2 * 4)},
-    {"yuv444p10le", 111, 4, 2, 2 * 24},
-    {"yuv444p12le", 112, 4, 2, 2 * 24},
-    {"yuv444p16le", 113, 4, 2, 2 * 24},
-    {"rgba64le", 114, 4, 2, 8 * 8},
-    {"rgba64be", 115, 4, 2, 8 * 8},
-    {"yuv411p", 116, 9, 2, 18 + 2 * (3 * 2)},
-    {"rgb48le", 117, 4, 2, 6 * 8},
-    {"rgb48be", 118, 4, 2, 6 * 8},
-    {"bgr24", 119, 4, 2, 3 * 8},
-    {"bgra", 120, 4, 2, 4 * 8},
-    {"yuva444p10le", 124, 4, 2, 2 * 32},
-    {"yuva444p12le", 125, 4, 2, 2 * 32},
-    {"cmyk", 126, 4, 2, 4 * 8},
-};
-
-TEST(KrocolorFormats, NamesCodesAndFrameSizes) {
-    for (const auto& c : kFormatCases) {
-        const PixelFormatInfo* byName = findPixelFormat(c.name);
-        ASSERT_NE(byName, nullptr) << c.name;
-        EXPECT_EQ(byName->code, c.code) << c.name;
-        EXPECT_EQ(findPixelFormat(std::to_string(c.code)), byName) << c.name;
-        FrameGeometry g;
-        std::string why;
-        ASSERT_TRUE(computeGeometry(*byName, c.width, c.height, g, why)) << why;
-        EXPECT_EQ(g.frameBytes, c.frameBytes) << c.name;
     }
 }
 
