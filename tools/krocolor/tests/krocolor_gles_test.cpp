@@ -31,9 +31,8 @@ TEST(KrocolorGles, ConvertsLikeTheCpuBackend) {
                                   dir.path());
         ASSERT_EQ(r.status, 0) << r.err;
         out[i] = readFile(dir / (std::string(backend[i]) + ".rgba"));
+        ASSERT_EQ(out[i].size(), rgba.size()) << backend[i];
     }
-    ASSERT_EQ(out[0].size(), rgba.size());
-    ASSERT_EQ(out[1].size(), rgba.size());
     for (size_t i = 0; i < rgba.size(); ++i) ASSERT_LE(std::abs(out[0][i] - out[1][i]), 1) << i;
 
     RunResult r = runKrocolor({"convert", dir / "in.rgba", dir / "big.rgba", "-s", "40x24", "--in-format", "rgba",

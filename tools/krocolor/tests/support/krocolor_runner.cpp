@@ -1,8 +1,6 @@
 #include "krocolor_runner.h"
 
 #include <png.h>
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,8 +11,6 @@
 #include <iterator>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace krocolor_test {
 
 namespace fs = std::filesystem;
@@ -24,31 +20,22 @@ static std::string slurp(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+// Single quotes keep every byte of an argument literal for the shell.
+static std::string quoted(const std::string& text) {
+    std::string q = "'";
+    for (char c : text) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
 RunResult runKrocolor(const std::vector<std::string>& args, const std::string& cwd) {
     const std::string outPath = cwd + "/.stdout", errPath = cwd + "/.stderr";
-    std::vector<std::string> argvStore;
-    argvStore.push_back(KROCOLOR_BIN);
-    argvStore.insert(argvStore.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (auto& a : argvStore) argv.push_back(a.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    // posix_spawn has no portable chdir action in glibc 2.36's POSIX set, so
-    // change folder around the spawn (the tests run one at a time per process).
-    const fs::path before = fs::current_path();
-    fs::current_path(cwd);
-    pid_t pid = 0;
-    const int rc = posix_spawn(&pid, argvStore[0].c_str(), &actions, nullptr, argv.data(), environ);
-    fs::current_path(before);
-    posix_spawn_file_actions_destroy(&actions);
+    // exec: the shell becomes krocolor, so a signal that ends it shows in the
+    // status as that signal, not as the shell's exit code.
+    std::string command = "cd " + quoted(cwd) + " && exec " + quoted(KROCOLOR_BIN);
+    for (const auto& a : args) command += " " + quoted(a);
+    const int status = std::system((command + " >" + quoted(outPath) + " 2>" + quoted(errPath)).c_str());
+    if (status == -1) throw std::runtime_error("cannot start " + std::string(KROCOLOR_BIN));
     RunResult result;
-    if (rc != 0) throw std::runtime_error("cannot start " + argvStore[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     result.out = slurp(outPath);
     result.err = slurp(errPath);
