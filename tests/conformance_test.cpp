@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -21,76 +20,48 @@
 #include "cpu/cpu_context.h"
 #include "support/format_sweep.h"
 #include "support/frame_buffers.h"
+#include "support/gpu_program_model.h"  // largestCodeDifference
 
 using namespace KROCOLOR;
+using ColourCase = KROCOLOR::test::DescriptionPair;
+using KROCOLOR::test::Description;
 using KROCOLOR::test::FrameBuffers;
 using KROCOLOR::test::guardPlacement;
 
 namespace {
 
-struct Description {
-    int32_t primaries, transfer, matrix, range;
-};
-
-struct ColourCase {
-    const char* name;
-    Description src, dst;
-    const char* peak;  // "src_max_luminance", or null for none
-};
-
 constexpr int32_t kLimited = kColorRangeMpeg, kFull = kColorRangeJpeg;
 
 const ColourCase kColourCases[] = {
-    {"BT709 limited to full range", {1, 1, 1, kLimited}, {1, 1, 1, kFull}, nullptr},
-    {"BT601 SDR to BT709", {5, 6, 5, kLimited}, {1, 1, 1, kLimited}, nullptr},
-    {"BT2020 PQ to BT709 SDR", {9, 16, 9, kLimited}, {1, 1, 1, kLimited}, nullptr},
-    {"BT2020 PQ to BT709 PQ", {9, 16, 9, kLimited}, {1, 16, 1, kFull}, nullptr},
-    {"BT2020 PQ to BT709 PQ, peak 1000", {9, 16, 9, kLimited}, {1, 16, 1, kFull}, "1000"},
-    {"HLG to BT709 SDR", {9, 18, 9, kLimited}, {1, 1, 1, kFull}, nullptr},
-    {"BT709 SDR to HLG", {1, 1, 1, kFull}, {9, 18, 9, kLimited}, nullptr},
-    {"Display P3 to BT709", {12, 13, 1, kFull}, {1, 1, 1, kLimited}, nullptr},
-    {"DCI-P3 to BT2020", {11, 100, 1, kFull}, {9, 14, 9, kLimited}, nullptr},
-    {"Adobe RGB to BT709", {23, 4, 1, kFull}, {1, 1, 1, kLimited}, nullptr},
-    {"ProPhoto to BT709", {24, 19, 1, kFull}, {1, 13, 1, kFull}, nullptr},
-    {"xvYCC to BT601", {1, 11, 1, kLimited}, {6, 6, 6, kFull}, nullptr},
-    {"BT2020 constant luminance to BT709", {9, 15, 10, kLimited}, {1, 1, 10, kFull}, nullptr},
-    {"BT709 to YCgCo", {1, 1, 1, kLimited}, {1, 1, 8, kFull}, nullptr},
-    {"SDR to PQ", {1, 1, 1, kFull}, {9, 16, 9, kLimited}, nullptr},
-    {"identical descriptions", {1, 1, 1, kLimited}, {1, 1, 1, kLimited}, nullptr},
+    {"BT709 limited to full range", {1, 1, 1, kLimited}, {1, 1, 1, kFull}, 0},
+    {"BT601 SDR to BT709", {5, 6, 5, kLimited}, {1, 1, 1, kLimited}, 0},
+    {"BT2020 PQ to BT709 SDR", {9, 16, 9, kLimited}, {1, 1, 1, kLimited}, 0},
+    {"BT2020 PQ to BT709 PQ", {9, 16, 9, kLimited}, {1, 16, 1, kFull}, 0},
+    {"BT2020 PQ to BT709 PQ, peak 1000", {9, 16, 9, kLimited}, {1, 16, 1, kFull}, 1000},
+    {"HLG to BT709 SDR", {9, 18, 9, kLimited}, {1, 1, 1, kFull}, 0},
+    {"BT709 SDR to HLG", {1, 1, 1, kFull}, {9, 18, 9, kLimited}, 0},
+    {"Display P3 to BT709", {12, 13, 1, kFull}, {1, 1, 1, kLimited}, 0},
+    {"DCI-P3 to BT2020", {11, 100, 1, kFull}, {9, 14, 9, kLimited}, 0},
+    {"Adobe RGB to BT709", {23, 4, 1, kFull}, {1, 1, 1, kLimited}, 0},
+    {"ProPhoto to BT709", {24, 19, 1, kFull}, {1, 13, 1, kFull}, 0},
+    {"xvYCC to BT601", {1, 11, 1, kLimited}, {6, 6, 6, kFull}, 0},
+    {"BT2020 constant luminance to BT709", {9, 15, 10, kLimited}, {1, 1, 10, kFull}, 0},
+    {"BT709 to YCgCo", {1, 1, 1, kLimited}, {1, 1, 8, kFull}, 0},
+    {"SDR to PQ", {1, 1, 1, kFull}, {9, 16, 9, kLimited}, 0},
+    {"identical descriptions", {1, 1, 1, kLimited}, {1, 1, 1, kLimited}, 0},
 };
 constexpr int kColourCaseCount = static_cast<int>(sizeof(kColourCases) / sizeof(kColourCases[0]));
 
-KROFrame describe(FrameBuffers& b, const Description& d) {
-    return b.frame(d.primaries, d.transfer, d.matrix, d.range);
-}
-
-// Largest difference, in codes, between two frames of one format; bytes
-// outside the samples (row padding) must match exactly.
-int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b) {
+// Whether any byte outside the samples (row padding) differs between two
+// frames of one format: a backend must leave the caller's padding alone.
+bool paddingDiffers(const FrameBuffers& a, const FrameBuffers& b) {
     const FormatTraits& t = *formatTraits(a.format());
-    int worst = 0;
     for (int p = 0; p < a.planeCount(); ++p) {
-        const uint8_t* x = a.plane(p);
-        const uint8_t* y = b.plane(p);
         const size_t rowBytes = static_cast<size_t>(planeRowBytes(t, p, a.width()));
-        const size_t stride = static_cast<size_t>(a.stride(p));
-        for (size_t i = 0; i < a.size(p); i += t.bytesPerSample) {
-            if (i % stride >= rowBytes) {
-                if (x[i] != y[i]) return 1 << 20;  // padding written
-                if (t.bytesPerSample == 2 && x[i + 1] != y[i + 1]) return 1 << 20;
-                continue;
-            }
-            int u = x[i], v = y[i];
-            if (t.bytesPerSample == 2) {
-                u = t.bigEndian ? (x[i] << 8 | x[i + 1]) : (x[i + 1] << 8 | x[i]);
-                v = t.bigEndian ? (y[i] << 8 | y[i + 1]) : (y[i + 1] << 8 | y[i]);
-                u >>= t.msbShift;
-                v >>= t.msbShift;
-            }
-            worst = std::max(worst, std::abs(u - v));
-        }
+        for (size_t i = 0; i < a.size(p); ++i)
+            if (i % static_cast<size_t>(a.stride(p)) >= rowBytes && a.plane(p)[i] != b.plane(p)[i]) return true;
     }
-    return worst;
+    return false;
 }
 
 // The SIMD convertor's tolerance: one code, except in two places where
@@ -146,7 +117,7 @@ KROReturn convertOnHost(int hwType, const Conversion& c, const FrameBuffers& src
     KROHWContext context;
     context.srcType = context.dstType = hwType;
     f->setHWContext(context);
-    if (c.colour->peak) f->setMetaData("src_max_luminance", c.colour->peak);
+    if (c.colour->peak) f->setMetaData("src_max_luminance", std::to_string(c.colour->peak).c_str());
     return f->transcode(src.srcPlanes(), src.strides(), dst.dstPlanes(), dst.strides());
 }
 
@@ -182,10 +153,10 @@ const Backend kBackends[] = {
 };
 
 // Converts one random frame with the scalar CPUContext and on `backend`, and
-// returns the largest code difference. Every plane touches a guard page, at
-// its end or its start as the seed says, and carries `padding` bytes after
-// each row.
-int compareWithScalar(const Backend& backend, const Conversion& c) {
+// holds the largest code difference to the row's tolerance. Every plane
+// touches a guard page, at its end or its start as the seed says, and
+// carries `padding` bytes after each row.
+::testing::AssertionResult conformsToScalar(const Backend& backend, const Conversion& c) {
     FrameBuffers src(c.srcFormat, c.sw, c.sh, c.padding, guardPlacement(c.seed));
     src.fillRandom(c.seed);
     FrameBuffers reference(c.dstFormat, c.dw, c.dh, c.padding, guardPlacement(c.seed + 1)),
@@ -193,50 +164,51 @@ int compareWithScalar(const Backend& backend, const Conversion& c) {
     reference.fillRandom(c.seed + 1);
     out.fillRandom(c.seed + 1);
 
-    KROFrame s = describe(src, c.colour->src);
-    KROFrame d = describe(reference, c.colour->dst);
+    KROFrame s = src.frame(c.colour->src), d = reference.frame(c.colour->dst);
     CPUContext scalar;
-    if (c.colour->peak) scalar.setMetaData({{"src_max_luminance", c.colour->peak}});
+    if (c.colour->peak) scalar.setMetaData({{"src_max_luminance", std::to_string(c.colour->peak)}});
     EXPECT_EQ(scalar.convertColor(&s, &d), kKROSuccess);
     EXPECT_EQ(backend.convert(c, src, out), kKROSuccess) << backend.name;
-    return largestCodeDifference(reference, out);
-}
-
-std::string describeConversion(const Conversion& c) {
-    return std::string(c.colour->name) + ": " + std::to_string(c.srcFormat) + " " + std::to_string(c.sw) + "x" +
-           std::to_string(c.sh) + " -> " + std::to_string(c.dstFormat) + " " + std::to_string(c.dw) + "x" +
-           std::to_string(c.dh);
+    // Written padding counts as a difference beyond every tolerance.
+    const int difference = paddingDiffers(reference, out) ? 1 << 20 : test::largestCodeDifference(reference, out);
+    if (difference <= backend.tolerance(*c.colour, c.dstFormat)) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << c.colour->name << ": " << c.srcFormat << " " << c.sw << "x" << c.sh
+                                         << " -> " << c.dstFormat << " " << c.dw << "x" << c.dh << " differs by "
+                                         << difference << " codes";
 }
 
 // The sweeps run on the rows that can run here; each row that cannot is
 // reported once, as a skipped test naming the reason.
-std::vector<const Backend*> runnableBackends() {
-    std::vector<const Backend*> rows;
+std::vector<Backend> runnableBackends() {
+    std::vector<Backend> rows;
     for (const Backend& b : kBackends)
-        if (!b.unavailable) rows.push_back(&b);
+        if (!b.unavailable) rows.push_back(b);
     return rows;
 }
 
-class ConformanceBackend : public ::testing::TestWithParam<const Backend*> {};
+// Test names: the backend's, followed by the case index where there is one.
+struct TestName {
+    std::string operator()(const ::testing::TestParamInfo<Backend>& info) const { return info.param.name; }
+    template <typename Index>
+    std::string operator()(const ::testing::TestParamInfo<std::tuple<Backend, Index>>& info) const {
+        return std::string(std::get<0>(info.param).name) + "_" + std::to_string(std::get<1>(info.param));
+    }
+};
+
+class ConformanceBackend : public ::testing::TestWithParam<Backend> {};
 
 TEST_P(ConformanceBackend, RunsHere) {
-    if (GetParam()->unavailable) GTEST_SKIP() << GetParam()->unavailable;
+    if (GetParam().unavailable) GTEST_SKIP() << GetParam().unavailable;
 }
 
-INSTANTIATE_TEST_SUITE_P(Backends, ConformanceBackend,
-                         ::testing::ValuesIn([] {
-                             std::vector<const Backend*> all;
-                             for (const Backend& b : kBackends) all.push_back(&b);
-                             return all;
-                         }()),
-                         [](const ::testing::TestParamInfo<const Backend*>& info) { return std::string(info.param->name); });
+INSTANTIATE_TEST_SUITE_P(Backends, ConformanceBackend, ::testing::ValuesIn(kBackends), TestName());
 
 // Every format pair with every colour case on three small sizes: vector
 // tails of 3, 1 and 1 pixels, chroma blocks cut at odd edges.
-class ConformanceColour : public ::testing::TestWithParam<std::tuple<const Backend*, int>> {};
+class ConformanceColour : public ::testing::TestWithParam<std::tuple<Backend, int>> {};
 
 TEST_P(ConformanceColour, EveryFormatPairAndColourCase) {
-    const Backend& backend = *std::get<0>(GetParam());
+    const Backend& backend = std::get<0>(GetParam());
     const int caseIndex = std::get<1>(GetParam());
     const ColourCase& colour = kColourCases[caseIndex];
     const std::vector<int32_t> formats = test::cpuFormats();
@@ -246,25 +218,22 @@ TEST_P(ConformanceColour, EveryFormatPairAndColourCase) {
         for (int32_t df : formats)
             for (const auto& sz : sizes) {
                 const Conversion c{sf, df, sz[0], sz[1], sz[0], sz[1], &colour, int(seed % 3) * 4, seed++};
-                ASSERT_LE(compareWithScalar(backend, c), backend.tolerance(colour, df)) << describeConversion(c);
+                ASSERT_TRUE(conformsToScalar(backend, c));
             }
 }
 
 INSTANTIATE_TEST_SUITE_P(Backends, ConformanceColour,
                          ::testing::Combine(::testing::ValuesIn(runnableBackends()), ::testing::Range(0, kColourCaseCount)),
-                         [](const ::testing::TestParamInfo<std::tuple<const Backend*, int>>& info) {
-                             return std::string(std::get<0>(info.param)->name) + "_" +
-                                    std::to_string(std::get<1>(info.param));
-                         });
+                         TestName());
 
 // Every format pair at a single pixel, a 9-pixel-wide column converted
 // serially, a pooled 64x48 frame and the other awkward sizes (single rows and
 // columns, odd chroma, rows around 16 bytes), the colour case rotating so
 // that every case meets every size.
-class ConformanceSizes : public ::testing::TestWithParam<std::tuple<const Backend*, int32_t>> {};
+class ConformanceSizes : public ::testing::TestWithParam<std::tuple<Backend, int32_t>> {};
 
 TEST_P(ConformanceSizes, SerialAndPooledFrames) {
-    const Backend& backend = *std::get<0>(GetParam());
+    const Backend& backend = std::get<0>(GetParam());
     const int32_t sf = std::get<1>(GetParam());
     std::vector<test::FrameSize> sizes = {{1, 1}, {9, 1000}, {64, 48}};
     for (const test::FrameSize& s : test::kAwkwardSizes)
@@ -278,26 +247,22 @@ TEST_P(ConformanceSizes, SerialAndPooledFrames) {
             const auto [w, h] = sizes[size_t(s)];
             const int padding = (s < 3 ? pair : pair + s) % 2 ? 0 : 16;
             const uint32_t seed = static_cast<uint32_t>(s < 3 ? pair * 3 + s : 100000 + pair * 16 + s);
-            const Conversion c{sf, formats[size_t(d)], w, h, w, h, &colour, padding, seed};
-            ASSERT_LE(compareWithScalar(backend, c), backend.tolerance(colour, c.dstFormat)) << describeConversion(c);
+            ASSERT_TRUE(conformsToScalar(backend, {sf, formats[size_t(d)], w, h, w, h, &colour, padding, seed}));
         }
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Backends, ConformanceSizes,
                          ::testing::Combine(::testing::ValuesIn(runnableBackends()), ::testing::ValuesIn(test::cpuFormats())),
-                         [](const ::testing::TestParamInfo<std::tuple<const Backend*, int32_t>>& info) {
-                             return std::string(std::get<0>(info.param)->name) + "_" +
-                                    std::to_string(std::get<1>(info.param));
-                         });
+                         TestName());
 
 // Scaling: the colour stage, then the scaler; up and down, single rows and
 // columns, odd sizes, vector tails on both sides of the scaler. Every
 // destination format meets every geometry, the source format rotating.
-class ConformanceScaling : public ::testing::TestWithParam<const Backend*> {};
+class ConformanceScaling : public ::testing::TestWithParam<Backend> {};
 
 TEST_P(ConformanceScaling, UpAndDown) {
-    const Backend& backend = *GetParam();
+    const Backend& backend = GetParam();
     struct Geometry {
         int sw, sh, dw, dh;
     };
@@ -309,16 +274,13 @@ TEST_P(ConformanceScaling, UpAndDown) {
     for (const Geometry& g : geometries)
         for (size_t d = 0; d < formats.size(); ++d)
             for (int caseIndex : {0, 2, 5, 15}) {
-                const ColourCase& colour = kColourCases[caseIndex];
                 const Conversion c{formats[(d * 7 + seed) % formats.size()], formats[d], g.sw, g.sh, g.dw, g.dh,
-                                   &colour, seed % 3 ? 0 : 4, seed};
+                                   &kColourCases[caseIndex], seed % 3 ? 0 : 4, seed};
                 ++seed;
-                ASSERT_LE(compareWithScalar(backend, c), backend.tolerance(colour, c.dstFormat))
-                    << describeConversion(c);
+                ASSERT_TRUE(conformsToScalar(backend, c));
             }
 }
 
-INSTANTIATE_TEST_SUITE_P(Backends, ConformanceScaling, ::testing::ValuesIn(runnableBackends()),
-                         [](const ::testing::TestParamInfo<const Backend*>& info) { return std::string(info.param->name); });
+INSTANTIATE_TEST_SUITE_P(Backends, ConformanceScaling, ::testing::ValuesIn(runnableBackends()), TestName());
 
 }  // namespace

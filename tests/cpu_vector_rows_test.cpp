@@ -22,25 +22,15 @@
 #include "color/color_science.h"
 #include "cpu/cpu_context.h"
 #include "cpu/sample_access.h"
-#include "support/frame_buffers.h"
+#include "support/format_sweep.h"
 
 using namespace KROCOLOR;
+using ColourCase = KROCOLOR::test::DescriptionPair;
 using KROCOLOR::test::FrameBuffers;
 
 namespace {
 
-const int32_t kHostFormats[] = {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 113,
-                                114, 115, 116, 117, 118, 119, 120, 124, 125, 126};
-
-struct Description {
-    int32_t primaries, transfer, matrix, range;
-};
-
-struct ColourCase {
-    const char* name;
-    Description src, dst;
-    int32_t peak;  // "src_max_luminance", 0 for none
-};
+const std::vector<int32_t> kHostFormats = test::cpuFormats();
 
 // Each case sends the pixels through a different set of stages and curves.
 const ColourCase kColourCases[] = {
@@ -75,8 +65,8 @@ void convert(int32_t srcFormat, const ColourCase& c, const Shape& s, const RowIs
     FrameBuffers src(srcFormat, s.width, s.height, s.srcPad);
     src.fillRandom(static_cast<uint32_t>(srcFormat * 7919 + dst.format() * 104729 + s.width));
     dst.fillRandom(1);
-    const KROFrame in = src.frame(c.src.primaries, c.src.transfer, c.src.matrix, c.src.range);
-    KROFrame out = dst.frame(c.dst.primaries, c.dst.transfer, c.dst.matrix, c.dst.range);
+    const KROFrame in = src.frame(c.src);
+    KROFrame out = dst.frame(c.dst);
     if (!isa) {
         const SampleAccess reader = sampleAccessFor(srcFormat), writer = sampleAccessFor(dst.format());
         const ColorSide from = colorSideOf(in), to = colorSideOf(out);

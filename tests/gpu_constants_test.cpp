@@ -100,14 +100,11 @@ TEST_P(GpuConstants, ProgramTextHoldsTheHostValues) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Languages, GpuConstants, ::testing::ValuesIn(gpu::kGeneratedFiles),
-                         [](const ::testing::TestParamInfo<gpu::GeneratedFile>& info) {
-                             switch (info.param.language) {
-                             case gpu::Language::Cuda: return std::string("Cuda");
-                             case gpu::Language::Hlsl: return std::string("Hlsl");
-                             case gpu::Language::Glsl: return std::string("Glsl");
-                             }
-                             return std::string("Unknown");
-                         });
+std::string languageName(const ::testing::TestParamInfo<gpu::GeneratedFile>& info) {
+    const char* names[] = {"Cuda", "Hlsl", "Glsl"};  // in the order of gpu::Language
+    return names[static_cast<int>(info.param.language)];
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, GpuConstants, ::testing::ValuesIn(gpu::kGeneratedFiles), languageName);
 
 }  // namespace

@@ -16,6 +16,11 @@
 namespace KROCOLOR {
 namespace test {
 
+// A colour description as a KROFrame carries it.
+struct Description {
+    int32_t primaries, transfer, matrix, range;
+};
+
 class FrameBuffers {
 public:
     // `padding` extra bytes at the end of every row (a stride wider than the row).
@@ -74,6 +79,7 @@ public:
         f.range = range;
         return f;
     }
+    KROFrame frame(const Description& d) const { return frame(d.primaries, d.transfer, d.matrix, d.range); }
 
 private:
     KROFrame frame_;
