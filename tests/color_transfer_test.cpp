@@ -4,8 +4,6 @@
 // reference points.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
 
 #include "KROColorFunctions.h"
 #include "color/color_science.h"

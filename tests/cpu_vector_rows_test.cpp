@@ -6,7 +6,6 @@
 // input they can be given.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <limits>
