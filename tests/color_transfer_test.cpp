@@ -26,10 +26,9 @@ struct CurvePoint {
 // From color_expected.py ("generic curves").
 const CurvePoint kCurvePoints[] = {
     {kColorTransferBT709, 0.01f, 0.00222222222, 0.045},
-    {kColorTransferBT709, 0.2f, 0.0554266818, 0.433673621},
     {kColorTransferBT709, 0.5f, 0.259589401, 0.70551509},
-    {kColorTransferBT709, 0.9f, 0.808962584, 0.949109896},
-    // LINEAR, unspecified, PQ and out-of-table values all take the BT.709 curve.
+    // LINEAR, unspecified, PQ and out-of-table values all take the BT.709 curve
+    // (these rows also hold its points at 0.2 and 0.9).
     {kColorTransferLINEAR, 0.5f, 0.259589401, 0.70551509},
     {kColorTransferUNSPECIFIED, 0.2f, 0.0554266818, 0.433673621},
     {kColorTransferSMPTE2084, 0.9f, 0.808962584, 0.949109896},

@@ -115,15 +115,12 @@ INSTANTIATE_TEST_SUITE_P(AllPairs, RowsMatchPixelReference,
 
 // ------------------------------------------------------- exact curve shortcuts
 
-uint32_t bitsOf(float f) {
-    uint32_t b;
-    std::memcpy(&b, &f, sizeof b);
-    return b;
-}
-float fromBits(uint32_t b) {
-    float f;
-    std::memcpy(&f, &b, sizeof f);
-    return f;
+// A float's bits and back.
+template <typename To, typename From>
+To bitCast(From from) {
+    To to;
+    std::memcpy(&to, &from, sizeof to);
+    return to;
 }
 
 // The definition of the threshold code, without the shortcuts of
@@ -160,8 +157,8 @@ TEST_P(EncodeThresholds, ExactForEveryFloatInUnitRange) {
     ASSERT_NE(t, nullptr);
 
     int next = 1;  // the next threshold the ascending sweep must meet
-    for (uint32_t b = 0; b <= bitsOf(1.0f); ++b) {
-        const float x = fromBits(b);
+    for (uint32_t b = 0; b <= bitCast<uint32_t>(1.0f); ++b) {
+        const float x = bitCast<float>(b);
         while (next < 256 && x >= t->t[next]) ++next;
         const int code = c.code(x);
         if (code != next - 1 || countThresholds(*t, x) != code)
@@ -176,10 +173,10 @@ TEST_P(EncodeThresholds, ExactForEveryFloatInUnitRange) {
         EXPECT_EQ(c.code(x), countAtOrBelow(*t, x)) << "at " << x;
         EXPECT_EQ(c.code(x), countThresholds(*t, x)) << "at " << x;
     }
-    for (uint32_t b = bitsOf(1.0f); b < bitsOf(inf); b += 4099)
-        ASSERT_TRUE(c.code(fromBits(b)) == 255 && countThresholds(*t, fromBits(b)) == 255) << fromBits(b);
-    for (uint32_t b = bitsOf(-0.0f); b < bitsOf(-inf); b += 4099)
-        ASSERT_TRUE(c.code(fromBits(b)) == 0 && countThresholds(*t, fromBits(b)) == 0) << fromBits(b);
+    for (uint32_t b = bitCast<uint32_t>(1.0f); b < bitCast<uint32_t>(inf); b += 4099)
+        ASSERT_TRUE(c.code(bitCast<float>(b)) == 255 && countThresholds(*t, bitCast<float>(b)) == 255) << bitCast<float>(b);
+    for (uint32_t b = bitCast<uint32_t>(-0.0f); b < bitCast<uint32_t>(-inf); b += 4099)
+        ASSERT_TRUE(c.code(bitCast<float>(b)) == 0 && countThresholds(*t, bitCast<float>(b)) == 0) << bitCast<float>(b);
 }
 
 INSTANTIATE_TEST_SUITE_P(Curves, EncodeThresholds,

@@ -91,18 +91,17 @@ Bytes contents(const FrameBuffers& f) {
 }
 
 TEST(Threads, ManyObjectsAtOnceMatchOneAtATime) {
-    const auto& all = kKinds;
     const size_t kinds = std::size(kKinds);
     // Inputs per kind and frame, and the results of converting them one at a time.
     std::vector<std::vector<std::unique_ptr<FrameBuffers>>> inputs(kinds);
     std::vector<std::vector<Bytes>> expected(kinds);
     for (size_t k = 0; k < kinds; ++k) {
-        Convert convert = make(all[k]);
-        FrameBuffers dst(all[k].dstFormat, all[k].dstW, all[k].dstH);
+        Convert convert = make(kKinds[k]);
+        FrameBuffers dst(kKinds[k].dstFormat, kKinds[k].dstW, kKinds[k].dstH);
         for (int f = 0; f < kFrames; ++f) {
-            inputs[k].emplace_back(new FrameBuffers(all[k].srcFormat, kW, kH));
+            inputs[k].emplace_back(new FrameBuffers(kKinds[k].srcFormat, kW, kH));
             inputs[k].back()->fillRandom(static_cast<uint32_t>(k * 1000 + f + 1));
-            ASSERT_EQ(convert(*inputs[k].back(), dst), kKROSuccess) << all[k].name;
+            ASSERT_EQ(convert(*inputs[k].back(), dst), kKROSuccess) << kKinds[k].name;
             expected[k].push_back(contents(dst));
         }
     }
@@ -115,7 +114,7 @@ TEST(Threads, ManyObjectsAtOnceMatchOneAtATime) {
         threads.emplace_back([&, t] {
             std::vector<Convert> objects;
             std::vector<std::unique_ptr<FrameBuffers>> outputs;
-            for (const Kind& kind : all) {
+            for (const Kind& kind : kKinds) {
                 objects.push_back(make(kind));
                 outputs.emplace_back(new FrameBuffers(kind.dstFormat, kind.dstW, kind.dstH));
             }
@@ -124,7 +123,7 @@ TEST(Threads, ManyObjectsAtOnceMatchOneAtATime) {
                 for (size_t k = 0; k < kinds; ++k) {
                     const KROReturn rc = objects[k](*inputs[k][static_cast<size_t>(f)], *outputs[k]);
                     if (rc != kKROSuccess || contents(*outputs[k]) != expected[k][static_cast<size_t>(f)])
-                        mismatches[size_t(t)].push_back(std::string(all[k].name) + " frame " + std::to_string(f) +
+                        mismatches[size_t(t)].push_back(std::string(kKinds[k].name) + " frame " + std::to_string(f) +
                                                         " code " + std::to_string(rc));
                 }
             }
