@@ -2,6 +2,7 @@
 
 #include "api/backend_selection.h"
 #include "cpu/cpu_context.h"
+#include "cpu/xsimd/xsimd_context.h"
 #include "cuda/cuda_context.h"
 #include "d3d11/d3d11_convertor.h"
 #include "gles/gl_render_context.h"
@@ -12,7 +13,7 @@ namespace {
 
 void* handle(uintptr_t v) { return reinterpret_cast<void*>(v); }
 
-enum class Expect { Cpu, Swscale, Cuda, D3D11, Gles, Code };
+enum class Expect { Cpu, Swscale, XSimd, Cuda, D3D11, Gles, Code };
 
 struct SelectionCase {
     const char* name;
@@ -44,7 +45,7 @@ TEST_P(BackendSelection, FirstMatchingRuleDecides) {
     const IConvertor* got = chosen.convertor.get();
     const auto* cpu = dynamic_cast<const CPUContext*>(got);
     const bool is[] = {cpu && !cpu->usesSwscale(), cpu && cpu->usesSwscale(),
-                       dynamic_cast<const CudaContext*>(got) != nullptr, isD3D11Convertor(got),
+                       dynamic_cast<const XSimdCPUContext*>(got) != nullptr, dynamic_cast<const CudaContext*>(got) != nullptr, isD3D11Convertor(got),
                        dynamic_cast<const GLRenderContext*>(got) != nullptr, got == nullptr};
     EXPECT_TRUE(is[static_cast<int>(c.expect)]) << "expected kind " << static_cast<int>(c.expect);
 }
@@ -57,6 +58,11 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{"host_cpu", 101, 102, 0, 0, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
         SelectionCase{"host_swscale_src", 101, 102, 1, 0, 0, 0, 0, 0, Expect::Swscale, kKROSuccess},
         SelectionCase{"host_swscale_both", 103, 102, 1, 1, 0, 0, 0, 0, Expect::Swscale, kKROSuccess},
+        SelectionCase{"host_simd_src", 101, 102, 6, 0, 0, 0, 0, 0, Expect::XSimd, kKROSuccess},
+        SelectionCase{"host_simd_dst", 101, 102, 0, 6, 0, 0, 0, 0, Expect::XSimd, kKROSuccess},
+        SelectionCase{"host_simd_over_swscale", 101, 102, 6, 1, 0, 0, 0, 0, Expect::XSimd, kKROSuccess},
+        SelectionCase{"host_swscale_under_simd", 101, 102, 1, 6, 0, 0, 0, 0, Expect::XSimd, kKROSuccess},
+        SelectionCase{"host_simd_both", 101, 102, 6, 6, 0, 0, 0, 0, Expect::XSimd, kKROSuccess},
         SelectionCase{"host_other_types_cpu", 103, 104, 4, 0, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
         SelectionCase{"host_type5_and_2_cpu", 103, 104, 5, 2, 0, 0, 0, 0, Expect::Cpu, kKROSuccess},
         SelectionCase{"cuda_both_same_ctx", 101, 302, 4, 4, 7, 8, 7, 9, Expect::Cuda, kKROSuccess},

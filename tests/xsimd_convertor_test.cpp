@@ -1,7 +1,8 @@
-// The SIMD CPU convertor's own behaviour: how it is selected, its aligned
-// allocator, the intermediate frame, and that its eight-lane (AVX2) rows give the bytes of its four-lane (SSE2) ones. Its
-// pixels are held to the scalar convertor's in conformance_test,
-// its pass-through copy in cpu_convertor_test, its rotation and cropping in
+// The SIMD CPU convertor's own behaviour: its aligned allocator, the
+// intermediate frame, and that its eight-lane (AVX2) rows give the bytes of
+// its four-lane (SSE2) ones. Its selection is a row of backend_selection_test,
+// its pixels are held to the scalar convertor's in conformance_test, its
+// pass-through copy in cpu_convertor_test, its rotation and cropping in
 // geometry_kernels_test.
 #include <gtest/gtest.h>
 
@@ -9,7 +10,6 @@
 #include <memory>
 
 #include "KROColorFunctions.h"
-#include "api/backend_selection.h"
 #include "cpu/xsimd/xsimd_context.h"
 #include "cpu/xsimd/xsimd_passes.h"
 #include "cpu/xsimd/xsimd_vector_plan.h"
@@ -20,18 +20,6 @@ using namespace KROCOLOR;
 using KROCOLOR::test::FrameBuffers;
 
 namespace {
-
-TEST(XSimdSelection, HardwareTypeSixOnEitherSideYieldsTheSimdConvertor) {
-    for (auto [srcType, dstType] : {std::pair<int, int>{0, 6}, {6, 0}, {6, 1}, {1, 6}, {6, 6}}) {
-        KROHWContext r;
-        r.srcType = srcType;
-        r.dstType = dstType;
-        std::unique_ptr<IConvertor> c = selectConvertor(kKRONV12Format, kKRORGBA8888Format, r).convertor;
-        ASSERT_NE(c, nullptr) << srcType << "/" << dstType;
-        EXPECT_NE(dynamic_cast<XSimdCPUContext*>(c.get()), nullptr);
-        EXPECT_EQ(takeSelectionError(), kKROSuccess);
-    }
-}
 
 TEST(XSimdMemory, BlocksAreAlignedUsableAndFreed) {
     for (uint64_t size : {0ull, 1ull, 63ull, 64ull, 65ull, 4097ull}) {

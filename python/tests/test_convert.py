@@ -156,15 +156,21 @@ def test_conversions_on_two_threads_overlap():
         spans[i] = (start, time.perf_counter())
 
     # With a switch interval longer than a conversion, a thread holding the
-    # GIL through convert() would finish before the other could even start.
-    old = sys.getswitchinterval()
-    sys.setswitchinterval(5.0)
-    try:
+    # GIL through convert() would finish before the other could even start,
+    # in every round. A conversion takes milliseconds, so on a loaded machine
+    # one round may end before the second thread is scheduled: one round of
+    # ten that overlaps shows the lock is let go.
+    def overlapped():
         threads = [threading.Thread(target=work, args=(i,)) for i in range(2)]
         for t in threads:
             t.start()
         for t in threads:
             t.join()
+        return max(s[0] for s in spans) < min(s[1] for s in spans)
+
+    old = sys.getswitchinterval()
+    sys.setswitchinterval(5.0)
+    try:
+        assert any(overlapped() for _ in range(10))
     finally:
         sys.setswitchinterval(old)
-    assert max(s[0] for s in spans) < min(s[1] for s in spans)
