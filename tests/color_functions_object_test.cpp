@@ -5,6 +5,7 @@
 
 #include <array>
 #include <memory>
+#include <tuple>
 
 #include "KROColorFunctions.h"
 #include "api/backend_selection.h"
@@ -90,12 +91,9 @@ TEST(ColorFunctionsObject, FramesCarryEachSidesDescriptionSizesPlanesAndMetadata
     f->setMetaData("other", "x");
     SpyLog log = transcodeWithSpy(*f);
     ASSERT_EQ(log.calls, 1);
-    EXPECT_EQ(log.src.width, 1280);
-    EXPECT_EQ(log.src.height, 720);
-    EXPECT_EQ(log.dst.width, 8);
-    EXPECT_EQ(log.dst.height, 4);
-    EXPECT_EQ(log.src.strides[0], 1280 * 4);
-    EXPECT_EQ(log.dst.strides[0], 8 * 4);
+    EXPECT_EQ(std::make_tuple(log.src.width, log.src.height, log.src.strides[0], log.dst.width, log.dst.height,
+                              log.dst.strides[0]),
+              std::make_tuple(1280, 720, 1280 * 4, 8, 4, 8 * 4));
     EXPECT_EQ(log.src.planes[1], nullptr);
     EXPECT_TRUE(log.src.name.empty());
     EXPECT_TRUE(log.dst.name.empty());

@@ -263,18 +263,10 @@ TEST(ColorPixel, PrimariesPairsWithoutATable) {
 
 TEST(ColorPixel, PrimariesConversionEndToEnd) {
     // BT.709 red -> linear (1, 0, 0) -> BT.2087 matrix column 0 (0.6274, 0.0691,
-    // 0.0164) -> BT.709 OETF -> 201.97, 58.95, 18.82 (color_expected.py).
-    // BT.709 -> BT.470BG: 0.9578 -> 249.6 -> 250.
-    const Codes red{255, 0, 0, 255};
+    // 0.0164) -> BT.709 OETF -> 201.97, 58.95, 18.82 (color_expected.py). The
+    // other tables are held to their chromaticities above.
     const ColorSide to2020 = side(kKRORGB888Format, 0, kColorPrimariesBT2020);
-    expectCodes(convert(red, side(kKRORGB888Format), to2020), Codes{202, 59, 19, -1}, __LINE__);
-    expectCodes(convert(red, side(kKRORGB888Format), side(kKRORGB888Format, 0, kColorPrimariesBT470BG)),
-                Codes{250, 0, 0, -1}, __LINE__);
-    // Between the two BT.601 variants nothing changes (identity, same transfer).
-    const ColorSide bg = side(kKRORGB888Format, 0, kColorPrimariesBT470BG, kColorTransferSMPTE170M);
-    const ColorSide m = side(kKRORGB888Format, 0, kColorPrimariesSMPTE170M, kColorTransferSMPTE170M);
-    expectCodes(convert(red, bg, m), Codes{255, 0, 0, -1}, __LINE__);
-    expectCodes(convert({40, 128, 200, 255}, m, bg), Codes{40, 128, 200, -1}, __LINE__);
+    expectCodes(convert({255, 0, 0, 255}, side(kKRORGB888Format), to2020), Codes{202, 59, 19, -1}, __LINE__);
 }
 
 TEST(ColorPixel, AlphaKeptOnlyBetweenRgbFormatsWithoutHlg) {

@@ -46,16 +46,6 @@ protected:
     ID3D11Manager* manager_ = nullptr;
 };
 
-std::string adapterName(IDXGIAdapter* adapter) {
-    DXGI_ADAPTER_DESC desc{};
-    EXPECT_EQ(adapter->GetDesc(&desc), S_OK);
-    std::string name;
-    for (const WCHAR* c = desc.Description; *c; ++c) name += static_cast<char>(*c);
-    return name;
-}
-
-}  // namespace
-
 TEST_F(D3D11Helpers, DevicesAdaptersAndSharedTextures) {
     // The adapters are Vulkan's physical devices in Vulkan's order.
     VkInstanceCreateInfo info{VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO, nullptr, 0, nullptr, 0, nullptr, 0, nullptr};
@@ -71,12 +61,15 @@ TEST_F(D3D11Helpers, DevicesAdaptersAndSharedTextures) {
 
     IDXGIAdapter* adapter = KRODirectX::queryIDXGIAdapter(manager_->device);
     ASSERT_NE(adapter, nullptr);
-    EXPECT_EQ(adapterName(adapter), std::string(first.deviceName));
+    DXGI_ADAPTER_DESC desc{};
+    EXPECT_EQ(adapter->GetDesc(&desc), S_OK);
+    std::string name;
+    for (const WCHAR* c = desc.Description; *c; ++c) name += static_cast<char>(*c);
+    EXPECT_EQ(name, std::string(first.deviceName));
     adapter->Release();
     EXPECT_EQ(KRODirectX::queryIDXGIAdapter(nullptr), nullptr);
 
-    EXPECT_EQ(KRODirectX::createID3D11Device(static_cast<int>(count)), nullptr);
-    EXPECT_EQ(KRODirectX::createID3D11Device(-1), nullptr);
+    for (int index : {static_cast<int>(count), -1}) EXPECT_EQ(KRODirectX::createID3D11Device(index), nullptr) << index;
 
     ID3D11Manager* second = KRODirectX::createID3D11Device(0);
     ASSERT_NE(second, nullptr);
@@ -221,14 +214,10 @@ TEST_F(D3D11Helpers, ConstantBuffers) {
     EXPECT_EQ(untouched, nullptr);
 }
 
-namespace {
-
 const char kBrokenProgram[] = "[numthreads(1,1,1)] void kroBroken(uint3 id : SV_DispatchThreadID) { undeclared = 1; }";
 const char kTinyProgram[] =
     "RWTexture2D<unorm float4> o : register(u0);\r\n"
     "[numthreads(1,1,1)] void kroTiny(uint3 id : SV_DispatchThreadID) { o[id.xy] = float4(1, 0, 0, 1); }\r\n";
-
-}  // namespace
 
 TEST_F(D3D11Helpers, ShaderCompileErrorsAndBytecodeCache) {
     ID3D11ComputeShader* shader = nullptr;
@@ -313,8 +302,6 @@ TEST_F(D3D11Helpers, EventQueryBoundedWait) {
     EXPECT_FALSE(KRODirectX::createID3D11EventQuery(manager_, nullptr));
 }
 
-namespace {
-
 struct StagingCase {
     DXGI_FORMAT format;
     int width, height;
@@ -329,8 +316,6 @@ const StagingCase kStagingCases[] = {
     {DXGI_FORMAT_NV12, 256, 4, 6, 256},          {DXGI_FORMAT_P010, 12, 6, 9, 24},
     {DXGI_FORMAT_R8G8B8A8_UNORM, 13, 5, 5, 39, true},
 };
-
-}  // namespace
 
 // CPU -> staging -> texture -> staging -> CPU, with strides equal to and
 // different from the staging row pitch on both ends; RGB rows through the
@@ -424,8 +409,6 @@ TEST_F(D3D11Helpers, TextureCopies) {
     for (ID3D11Texture2D* t : {rgba, bgra, small, staging, smallStaging}) t->Release();
 }
 
-namespace {
-
 // A program of the tests' own: known values into an RGBA texture; blue adds
 // a load from outside the source texture, which must read as zero. (The
 // planes of NV12 and P010 targets are written by the convertor's program,
@@ -442,8 +425,6 @@ void kroTestFill(uint3 id : SV_DispatchThreadID) {
     g_rgba[id.xy] = float4(((id.x * 7 + id.y + (uint)seed) % 256) / 255.0, s.g, s.b + outside.r, 1.0);
 }
 )";
-
-}  // namespace
 
 TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
     const int width = 38, height = 22;  // 8 x 4 groups: the last column and row are partial
@@ -505,3 +486,5 @@ TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
     shader->Release();
     for (ID3D11Texture2D* texture : t) texture->Release();
 }
+
+}  // namespace

@@ -20,11 +20,9 @@ TEST(CropObject, CreateChecksTheRectangle) {
     int x = -1, y = -1, w = -1, h = -1;
     EXPECT_EQ(ok->getcropRect(&x, &y, &w, &h), kKROSuccess);
     EXPECT_TRUE(x == 0 && y == 0 && w == 10 && h == 10);
-    EXPECT_EQ(KROCropFunctions::create(10, 10, kKRORGBA8888Format, 1, 0, 10, 10), nullptr);
-    EXPECT_EQ(KROCropFunctions::create(10, 10, kKRORGBA8888Format, 0, 0, 0, 5), nullptr);
-    EXPECT_EQ(KROCropFunctions::create(10, 10, kKRORGBA8888Format, -1, 0, 5, 5), nullptr);
-    EXPECT_EQ(KROCropFunctions::create(10, 10, kKRORGBA8888Format, 0, 6, 5, 5), nullptr);
-    EXPECT_EQ(KROCropFunctions::create(10, 10, kKRORGBA8888Format, 0, 0, 5, 0), nullptr);
+    const int outside[][4] = {{1, 0, 10, 10}, {0, 0, 0, 5}, {-1, 0, 5, 5}, {0, 6, 5, 5}, {0, 0, 5, 0}};
+    for (const auto& r : outside)
+        EXPECT_EQ(KROCropFunctions::create(10, 10, kKRORGBA8888Format, r[0], r[1], r[2], r[3]), nullptr) << &r - outside;
     EXPECT_EQ(KROCropFunctions::create(INT32_MAX, 10, kKRORGBA8888Format, INT32_MAX, 0, 2, 2), nullptr)
         << "x + width must not wrap around";
 }
@@ -37,8 +35,7 @@ TEST(RotateObject, DestinationSizeFollowsTheOrientation) {
         EXPECT_EQ(r->getDstWH(&w, &h), kKROSuccess);
         EXPECT_TRUE(o >= 5 ? w == 1080 && h == 1920 : w == 1920 && h == 1080) << o;
     }
-    EXPECT_EQ(KRORotateFunctions::create(1920, 1080, kKRONV12Format, 0), nullptr);
-    EXPECT_EQ(KRORotateFunctions::create(1920, 1080, kKRONV12Format, 9), nullptr);
+    for (int o : {0, 9}) EXPECT_EQ(KRORotateFunctions::create(1920, 1080, kKRONV12Format, o), nullptr) << o;
 }
 
 TEST(GeometryObjects, HardwareTypesAndFamiliesTheyAccept) {

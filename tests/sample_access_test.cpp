@@ -196,16 +196,13 @@ INSTANTIATE_TEST_SUITE_P(SampleAccess, SampleAccessSweep, ::testing::ValuesIn(kL
 // Every host format with a CPU layout has accessors; byte formats (121-123)
 // and every code outside the host family have none.
 TEST(SampleAccessTest, EveryAddressableFormatIsCoveredAndOthersAreNull) {
-    int covered = 0;
     for (int32_t code = -1; code < 800; ++code) {
         bool listed = false;
         for (const Layout& l : kLayouts) listed = listed || l.code == code;
         const SampleAccess a = sampleAccessFor(code);
         EXPECT_EQ(a.readRow != nullptr, listed) << code;
         EXPECT_EQ(a.writeRow != nullptr, listed) << code;
-        covered += listed;
     }
-    EXPECT_EQ(covered, 23);
 }
 
 }  // namespace

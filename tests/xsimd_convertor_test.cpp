@@ -30,12 +30,10 @@ TEST(XSimdMemory, BlocksAreAlignedUsableAndFreed) {
         KROXSimd::free(p);
     }
     KROXSimd::free(nullptr);
-    EXPECT_EQ(KROXSimd::malloc(UINT64_MAX), nullptr);
-    EXPECT_EQ(KROXSimd::malloc(UINT64_MAX - 70), nullptr);
+    for (uint64_t huge : {UINT64_MAX, UINT64_MAX - 70}) EXPECT_EQ(KROXSimd::malloc(huge), nullptr) << huge;
     alignas(64) static uint8_t block[128];
     EXPECT_TRUE(KROXSimd::isAligned(block, 64) && KROXSimd::isAligned(block + 8, 8));
-    EXPECT_FALSE(KROXSimd::isAligned(block + 1, 2));
-    EXPECT_FALSE(KROXSimd::isAligned(block + 8, 16));
+    EXPECT_FALSE(KROXSimd::isAligned(block + 1, 2) || KROXSimd::isAligned(block + 8, 16));
 }
 
 // Absent frames are refused; a byte-only format has no intermediate layout,

@@ -194,8 +194,6 @@ def main():
     print("\n# BT.709 RGB red -> BT.2020 (BT.2087 matrix column 0), 8-bit, BT.709 OETF")
     col = [0.6274, 0.0691, 0.0164]
     print([rnd(min(max(bt709_oetf(v), 0), 1) * 255) for v in col])
-    print("# BT.709 red -> BT.601 625 (kBT709ToBT601 column 0 = 0.9578, 0, 0), BT.709 transfer")
-    print([rnd(min(max(bt709_oetf(v), 0), 1) * 255) for v in (0.9578, 0.0, 0.0)])
 
     print("\n# BT.709 limited 8-bit YUV -> RGB (library coefficients)")
     for y, u, v in ((126, 100, 200), (81, 90, 150)):
