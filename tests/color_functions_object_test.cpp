@@ -230,8 +230,7 @@ TEST(ColorFunctionsObject, SelectionFailuresReturnTheirCodeAndAreRetried) {
     FrameBuffers src(kKRORGBA8888Format, 4, 4), dst(kKRORGBA8888Format, 4, 4);
     KROHWContext cuda;
     cuda.srcType = cuda.dstType = kKROHWTypeCUDA;
-    cuda.srcHandle = &src;
-    cuda.dstHandle = nullptr;
+    cuda.srcHandle = &src;  // the destination's context stays null
     f->setHWContext(cuda);
     EXPECT_EQ(transcode(*f, src, dst), kKROFormatHWContextMismatch);
     EXPECT_EQ(takeSelectionError(), kKROSuccess) << "transcode consumed the code";

@@ -360,9 +360,7 @@ TEST_F(D3D11Helpers, StagingTransfersThroughATexture) {
                     EXPECT_EQ(result[size_t(r) * stride + c.rowBytes], 0xEE) << "padding of row " << r;
                 }
             }
-            upload->Release();
-            download->Release();
-            texture->Release();
+            for (ID3D11Texture2D* t : {upload, download, texture}) t->Release();
         }
     }
 }
@@ -481,9 +479,7 @@ TEST_F(D3D11Helpers, ComputeProgramEndToEnd) {
 
     ID3D11UnorderedAccessView* none = nullptr;
     context->CSSetUnorderedAccessViews(0, 1, &none, nullptr);
-    uav[0]->Release();
-    srv[0]->Release();
-    shader->Release();
+    for (IUnknown* object : std::initializer_list<IUnknown*>{uav[0], srv[0], shader}) object->Release();
     for (ID3D11Texture2D* texture : t) texture->Release();
 }
 

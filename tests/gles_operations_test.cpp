@@ -133,9 +133,7 @@ TEST_F(OpenGLOperations, Rgba16FloatRoundTripAndReadsRestoreTheFramebuffer) {
     glDeleteTextures(1, &name);
 }
 
-class OpenGLUtilityContexts : public GLESTest {};
-
-TEST_F(OpenGLUtilityContexts, CreateMakeCurrentDestroyAndNoDisplay) {
+TEST_F(OpenGLOperations, UtilityContextsCreateMakeCurrentDestroyAndNoDisplay) {
     EGLDisplay display = gl_->display();
     EGLContext context = nullptr;
     EGLSurface draw = nullptr, read = nullptr;

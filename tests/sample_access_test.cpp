@@ -151,8 +151,7 @@ TEST_P(SampleAccessSweep, WritesTheTableAddressesAndReadsThemBack) {
         for (int pad : {0, 3}) {
             SCOPED_TRACE(testing::Message() << l.code << " " << wh[0] << "x" << wh[1] << " pad " << pad);
             const int w = wh[0], h = wh[1];
-            FrameBuffers whole(l.code, w, h, pad);
-            FrameBuffers pieces(l.code, w, h, pad);
+            FrameBuffers whole(l.code, w, h, pad), pieces(l.code, w, h, pad);
             whole.fill(0xA5);
             pieces.fill(0xA5);
             std::vector<NativePixel> row(static_cast<size_t>(w));
