@@ -177,6 +177,8 @@ const Backend kBackends[] = {
                                          << difference << " codes";
 }
 
+void PrintTo(const Backend& b, std::ostream* os) { *os << b.name; }
+
 // The sweeps run on the rows that can run here; each row that cannot says
 // why in its `unavailable` text.
 std::vector<Backend> runnableBackends() {

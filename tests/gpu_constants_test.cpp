@@ -63,6 +63,14 @@ std::map<std::string, std::vector<double>> declarations(const std::string& text)
     return out;
 }
 
+}  // namespace
+
+namespace KROCOLOR::gpu {
+void PrintTo(const GeneratedFile& f, std::ostream* os) { *os << f.path; }
+}  // namespace KROCOLOR::gpu
+
+namespace {
+
 class GpuConstants : public ::testing::TestWithParam<gpu::GeneratedFile> {};
 
 TEST_P(GpuConstants, ProgramTextHoldsTheHostValues) {

@@ -32,6 +32,7 @@ struct ProfileCase {
     const ICCProfile* builtin = nullptr;  // null with empty bytes: sRGB
 };
 
+void PrintTo(const ProfileCase& c, std::ostream* os) { *os << c.name; }
 
 std::vector<ProfileCase> profileCases() {
     std::vector<ProfileCase> cases = {

@@ -212,6 +212,7 @@ struct EmbeddedCase {
     float curveTolerance;
 };
 
+void PrintTo(const EmbeddedCase& e, std::ostream* os) { *os << e.name; }
 
 class ICCEmbedded : public ::testing::TestWithParam<EmbeddedCase> {};
 
