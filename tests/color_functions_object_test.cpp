@@ -119,8 +119,7 @@ TEST(ColorFunctionsObject, SetColorspaceDetailsRefusesEndMarkersInOrder) {
     EXPECT_EQ(f->setColorspaceDetails(P(1), T(1), M(1), R(1), P(1), T(101), M(1), R(1)), kKROColorTransferError);
     EXPECT_EQ(f->srcPrimaries, 0) << "nothing stored on refusal";
     EXPECT_EQ(f->setColorspaceDetails(P(-4), T(1000), M(99), R(7), P(26), T(102), M(16), R(-1)), kKROSuccess);
-    EXPECT_EQ(f->srcTransfer, 1000);
-    EXPECT_EQ(f->dstRange, -1);
+    EXPECT_EQ(std::make_pair(f->srcTransfer, f->dstRange), std::make_pair(1000, -1));
 }
 
 TEST(ColorFunctionsObject, RebuildOnlyWhenASettingThatShapesTheConvertorChanges) {

@@ -45,8 +45,7 @@ TEST(ReturnCodes, EveryMessageVerbatim) {
 // Both records are assigned field by field (handles are borrowed, never
 // released); the move leaves its source as it was.
 TEST(HWContextRecord, AssignmentsCopyAllSixFieldsAndLeaveTheSource) {
-    EXPECT_EQ(KROHWContext().srcType, 0);
-    EXPECT_EQ(KROHWContext().dstHandle, nullptr);
+    EXPECT_TRUE(KROHWContext().srcType == 0 && !KROHWContext().dstHandle);
     int a = 0, b = 0, c = 0, d = 0;
     KROHWContext src, copy, moved;
     src.srcHandle = &a;

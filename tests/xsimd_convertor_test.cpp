@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 
 #include "KROColorFunctions.h"
 #include "cpu/xsimd/xsimd_context.h"

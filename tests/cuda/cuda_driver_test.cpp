@@ -84,8 +84,7 @@ TEST_F(CudaDriver, DevicesContextsAndMemory) {
     EXPECT_GE(count, 1);
     EXPECT_EQ(KROCuda::retainDevicePrimaryCtx(static_cast<uint64_t>(count)), nullptr);
     EXPECT_FALSE(KROCuda::releaseDevicePrimaryCtx(static_cast<uint64_t>(count)));
-    EXPECT_FALSE(KROCuda::pushContext(nullptr));
-    EXPECT_FALSE(KROCuda::popContext(nullptr));
+    EXPECT_FALSE(KROCuda::pushContext(nullptr) || KROCuda::popContext(nullptr));
 
     const char text[] = "device round trip";
     void* a = KROCuda::malloc(sizeof(text));
@@ -96,9 +95,7 @@ TEST_F(CudaDriver, DevicesContextsAndMemory) {
     EXPECT_TRUE(KROCuda::memcpy(b, a, sizeof(text)));
     EXPECT_TRUE(KROCuda::memcpyDtoH(back, b, sizeof(text)));
     EXPECT_STREQ(back, text);
-    KROCuda::free(a);
-    KROCuda::free(b);
-    KROCuda::free(nullptr);
+    for (void* p : {a, b, static_cast<void*>(nullptr)}) KROCuda::free(p);
 }
 
 TEST_F(CudaDriver, Direct3D11InteropIsAbsentOnLinux) {
