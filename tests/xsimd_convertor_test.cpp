@@ -1,9 +1,8 @@
 // The SIMD CPU convertor's own behaviour: its aligned allocator, the
-// intermediate frame, and that its eight-lane (AVX2) rows give the bytes of
-// its four-lane (SSE2) ones. Its selection is a row of backend_selection_test,
-// its pixels are held to the scalar convertor's in conformance_test, its
-// pass-through copy in cpu_convertor_test, its rotation and cropping in
-// geometry_kernels_test.
+// intermediate frame, and its eight-lane (AVX2) rows giving the bytes of its
+// four-lane (SSE2) ones. Its selection, pixels, pass-through copy, rotation
+// and cropping are held in backend_selection_test, conformance_test,
+// cpu_convertor_test and geometry_kernels_test.
 #include <gtest/gtest.h>
 
 #include <cstring>

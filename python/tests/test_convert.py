@@ -156,10 +156,8 @@ def test_conversions_on_two_threads_overlap():
         spans[i] = (start, time.perf_counter())
 
     # With a switch interval longer than a conversion, a thread holding the
-    # GIL through convert() would finish before the other could even start,
-    # in every round. A conversion takes milliseconds, so on a loaded machine
-    # one round may end before the second thread is scheduled: one round of
-    # ten that overlaps shows the lock is let go.
+    # GIL through convert() finishes before the other starts in every round;
+    # a busy machine may start one late, so one overlapping round proves it.
     def overlapped():
         threads = [threading.Thread(target=work, args=(i,)) for i in range(2)]
         for t in threads:

@@ -4,7 +4,6 @@
 // source and as destination of a short pixel run in several layouts.
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "icc/icc_path.h"
 #include "icc/icc_engine.h"
