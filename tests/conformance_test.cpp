@@ -20,7 +20,6 @@
 #include "cpu/cpu_context.h"
 #include "support/format_sweep.h"
 #include "support/frame_buffers.h"
-#include "support/gpu_program_model.h"  // largestCodeDifference
 
 using namespace KROCOLOR;
 using ColourCase = KROCOLOR::test::DescriptionPair;

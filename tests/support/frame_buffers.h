@@ -5,12 +5,15 @@
 // arrays come in the shape the public API takes.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "core/frame.h"
 #include "core/pixel_format_table.h"
+#include "cpu/sample_access.h"
 #include "support/guarded_block.h"
 
 namespace KROCOLOR {
@@ -88,6 +91,20 @@ private:
     std::unique_ptr<GuardedBlock> storage_[4];
     const uint8_t* constPlanes_[4] = {nullptr, nullptr, nullptr, nullptr};
 };
+
+// Largest difference of any component code between two frames of one
+// format; with `bits`, in steps of codes that wide (8: 8-bit steps).
+inline int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b, int bits = 0) {
+    const SampleAccess access = sampleAccessFor(a.format());
+    const int shift = bits ? formatTraits(a.format())->depth - bits : 0;
+    int worst = 0;
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x) {
+            const NativePixel p = readPixel(access, *a.raw(), x, y), q = readPixel(access, *b.raw(), x, y);
+            for (int k = 0; k < 4; ++k) worst = std::max(worst, std::abs((p.c[k] >> shift) - (q.c[k] >> shift)));
+        }
+    return worst;
+}
 
 }  // namespace test
 }  // namespace KROCOLOR

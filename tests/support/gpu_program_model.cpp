@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include "color/color_constants.h"
 #include "cpu/sample_access.h"
@@ -314,18 +313,6 @@ void modelConversion(GpuProgram g, const FrameBuffers& in, const Colour& s, Fram
             write(g, colour, x, y, convertPixel(g, read(g, in, x, y, s.range), in.format(), s, out.format(), d),
                   d.range);
     if (scaled) scale(g, between, out, d.range);
-}
-
-int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b, int bits) {
-    const SampleAccess access = sampleAccessFor(a.format());
-    const int shift = bits ? formatTraits(a.format())->depth - bits : 0;
-    int worst = 0;
-    for (int y = 0; y < a.height(); ++y)
-        for (int x = 0; x < a.width(); ++x) {
-            const NativePixel p = readPixel(access, a.frame(), x, y), q = readPixel(access, b.frame(), x, y);
-            for (int k = 0; k < 4; ++k) worst = std::max(worst, std::abs((p.c[k] >> shift) - (q.c[k] >> shift)));
-        }
-    return worst;
 }
 
 }  // namespace test

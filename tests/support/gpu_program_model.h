@@ -36,9 +36,5 @@ Rgba encodeLight(GpuProgram g, Rgba p, const Colour& s, const Colour& d);
 // destination format.
 void modelConversion(GpuProgram g, const FrameBuffers& in, const Colour& s, FrameBuffers& out, const Colour& d);
 
-// Largest difference of any component code between two frames of one
-// format; with `bits`, in steps of codes that wide (8: 8-bit steps).
-int largestCodeDifference(const FrameBuffers& a, const FrameBuffers& b, int bits = 0);
-
 }  // namespace test
 }  // namespace KROCOLOR
